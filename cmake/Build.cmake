@@ -1,0 +1,49 @@
+# What every target shares: the language, the warnings, where things are put.
+
+set(CMAKE_CXX_STANDARD 17 CACHE STRING "C++ standard (17 as on a device; 20 must be clean too)")
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS ON) # gnu++, as on a device
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+find_package(Threads REQUIRED)
+
+add_compile_options(
+  -Wall -Wextra -Werror -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast -Wundef
+  -Wnon-virtual-dtor -Woverloaded-virtual -Wformat=2 -Wcast-qual -Wimplicit-fallthrough
+  -Wunused -Wmissing-declarations)
+add_link_options(LINKER:--as-needed)
+
+# One of: empty, "address,undefined", "thread".
+set(LUM_SANITIZE "" CACHE STRING "Sanitizers to build everything with")
+if(LUM_SANITIZE)
+  add_compile_options(-fsanitize=${LUM_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${LUM_SANITIZE})
+else()
+  add_link_options(LINKER:--no-undefined) # clang links a sanitizer's run-time into executables only
+endif()
+
+# Whether char is signed: empty for the compiler's own choice, else "signed" or "unsigned".
+set(LUM_CHAR "" CACHE STRING "Signedness of plain char")
+if(LUM_CHAR)
+  add_compile_options(-f${LUM_CHAR}-char)
+endif()
+
+# A stand-in for one of Android's platform libraries: lib<name>.so, headers under include/.
+function(add_platform_library name)
+  cmake_parse_arguments(ARG "" "FILE" "SOURCES;LINK" ${ARGN})
+  add_library(${name} SHARED ${ARG_SOURCES})
+  target_include_directories(${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR}/include)
+  target_link_libraries(${name} PUBLIC ${ARG_LINK})
+  if(ARG_FILE) # a library whose file carries no "lib" in front
+    set_target_properties(${name} PROPERTIES PREFIX "" OUTPUT_NAME ${ARG_FILE})
+  endif()
+endfunction()
+
+# What the members of LumvndhalImpl are compiled with: as on a device, and nothing exported but what
+# the class declaration exports.
+function(use_device_flags target)
+  target_compile_options(${target} PRIVATE
+    -fno-exceptions -fno-rtti -fvisibility=hidden -fvisibility-inlines-hidden)
+endfunction()
