@@ -1,0 +1,175 @@
+#include "Connection.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+
+namespace standin {
+namespace {
+
+constexpr uint32_t kMagic = 0x52444e42;  // "BNDR"
+constexpr size_t kUsualBuffer = 4096;
+constexpr size_t kKeptBuffer = 128 * 1024;
+constexpr std::chrono::milliseconds kFrameTime{5000};
+
+using Clock = std::chrono::steady_clock;
+
+bool waitReadable(int fd, Clock::time_point deadline) {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+    if (left.count() <= 0) return false;
+    pollfd waiting = {fd, POLLIN, 0};
+    const int ready = ::poll(&waiting, 1, static_cast<int>(left.count()));
+    return ready > 0 || (ready < 0 && errno == EINTR);
+}
+
+// Attaches the descriptors to the message. `control` has room for kMaxDescriptors.
+void attach(const std::vector<ndk::ScopedFileDescriptor>& fds, char* control, msghdr* message) {
+    if (fds.empty()) return;
+    message->msg_control = control;
+    message->msg_controllen = CMSG_SPACE(fds.size() * sizeof(int));
+    cmsghdr* header = CMSG_FIRSTHDR(message);
+    header->cmsg_level = SOL_SOCKET;
+    header->cmsg_type = SCM_RIGHTS;
+    header->cmsg_len = CMSG_LEN(fds.size() * sizeof(int));
+    auto* to = reinterpret_cast<int*>(CMSG_DATA(header));
+    for (const auto& fd : fds) *to++ = fd.get();
+}
+
+// Moves the message on past what was sent. The descriptors went with the first byte.
+void advance(msghdr* message, size_t sent) {
+    message->msg_control = nullptr;
+    message->msg_controllen = 0;
+    while (message->msg_iovlen > 0 && sent >= message->msg_iov->iov_len) {
+        sent -= message->msg_iov->iov_len;
+        ++message->msg_iov;
+        --message->msg_iovlen;
+    }
+    if (message->msg_iovlen == 0) return;
+    message->msg_iov->iov_base = static_cast<char*>(message->msg_iov->iov_base) + sent;
+    message->msg_iov->iov_len -= sent;
+}
+
+bool sendAll(int fd, msghdr* message) {
+    while (message->msg_iovlen > 0) {
+        const ssize_t sent = ::sendmsg(fd, message, MSG_NOSIGNAL);
+        if (sent < 0 && errno == EINTR) continue;
+        if (sent < 0) return false;
+        advance(message, static_cast<size_t>(sent));
+    }
+    return true;
+}
+
+}  // namespace
+
+bool fits(const AParcel& parcel) {
+    return parcel.size() <= kMaxParcelSize && parcel.fds.size() <= kMaxDescriptors;
+}
+
+Connection::Connection(int fd) : mFd(fd), mBuffer(kUsualBuffer) {}
+
+bool Connection::send(int32_t word, const AParcel* parcel) {
+    const AParcel empty;
+    if (parcel == nullptr) parcel = &empty;
+    FrameHeader frame = {kMagic, static_cast<uint32_t>(parcel->size()), word,
+                         static_cast<uint32_t>(parcel->fds.size())};
+    iovec pieces[] = {{&frame, sizeof(frame)},
+                      {const_cast<uint8_t*>(parcel->data()), parcel->size()}};
+    alignas(cmsghdr) char control[CMSG_SPACE(kMaxDescriptors * sizeof(int))];
+    msghdr message = {};
+    message.msg_iov = pieces;
+    message.msg_iovlen = parcel->size() == 0 ? 1 : 2;
+    attach(parcel->fds, control, &message);
+    return sendAll(fd(), &message);
+}
+
+bool Connection::receive() {
+    mReceived = 0;
+    mDescriptors.clear();
+    if (!receiveSome(0) || !receiveUpTo(sizeof(FrameHeader)) || !headerIsSound()) return false;
+    const size_t size = sizeof(FrameHeader) + payloadSize();
+    if (mBuffer.size() < size) mBuffer.resize(size);
+    // More than one frame is more than the peer may have sent.
+    return receiveUpTo(size) && mReceived == size &&
+           mDescriptors.size() == header().descriptorCount;
+}
+
+bool Connection::receiveUpTo(size_t size) {
+    if (mReceived >= size) return true;
+    const auto deadline = Clock::now() + kFrameTime;
+    while (mReceived < size) {
+        if (!waitReadable(fd(), deadline) || !receiveSome(MSG_DONTWAIT)) return false;
+    }
+    return true;
+}
+
+// Takes what has come, at least a byte unless told not to wait.
+bool Connection::receiveSome(int flags) {
+    alignas(cmsghdr) char control[CMSG_SPACE(kMaxDescriptors * sizeof(int))];
+    iovec room = {mBuffer.data() + mReceived, mBuffer.size() - mReceived};
+    msghdr message = {};
+    message.msg_iov = &room;
+    message.msg_iovlen = 1;
+    message.msg_control = control;
+    message.msg_controllen = sizeof(control);
+    ssize_t received;
+    do {
+        received = ::recvmsg(fd(), &message, flags | MSG_CMSG_CLOEXEC);
+    } while (received < 0 && errno == EINTR);
+    if (received < 0) return errno == EAGAIN;
+    mReceived += static_cast<size_t>(received);
+    const bool taken = message.msg_controllen == 0 || collectDescriptors(CMSG_FIRSTHDR(&message));
+    return received > 0 && taken && (message.msg_flags & MSG_CTRUNC) == 0;
+}
+
+bool Connection::collectDescriptors(const cmsghdr* control) {
+    if (control == nullptr || control->cmsg_level != SOL_SOCKET ||
+        control->cmsg_type != SCM_RIGHTS) {
+        return true;
+    }
+    const size_t count = (control->cmsg_len - CMSG_LEN(0)) / sizeof(int);
+    const unsigned char* from = CMSG_DATA(control);
+    for (size_t i = 0; i < count; ++i) {
+        int fd = -1;
+        std::memcpy(&fd, from + i * sizeof(int), sizeof(int));
+        mDescriptors.emplace_back(fd);
+    }
+    return mDescriptors.size() <= kMaxDescriptors;
+}
+
+bool Connection::headerIsSound() const {
+    return header().magic == kMagic && header().size <= kMaxParcelSize &&
+           header().descriptorCount <= kMaxDescriptors;
+}
+
+void Connection::trim() {
+    if (mBuffer.size() <= kKeptBuffer) return;
+    mBuffer = std::vector<uint8_t>(kUsualBuffer);
+}
+
+int connectTo(const std::string& path) {
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    std::string shortPath = path;
+    ndk::ScopedFileDescriptor file;
+    if (path.size() >= sizeof(address.sun_path)) {
+        file.set(::open(path.c_str(), O_PATH | O_CLOEXEC));
+        if (file.get() < 0) return -1;
+        shortPath = "/proc/self/fd/" + std::to_string(file.get());
+    }
+    shortPath.copy(address.sun_path, sizeof(address.sun_path) - 1);
+    ndk::ScopedFileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    if (socket.get() < 0) return -1;
+    int result;
+    do {
+        result = ::connect(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof(address));
+    } while (result < 0 && errno == EINTR);
+    return result < 0 ? -1 : socket.release();
+}
+
+}  // namespace standin

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <android/binder_auto_utils.h>
+#include <sys/types.h>
+
+#include <condition_variable>
+#include <list>
+#include <mutex>
+#include <string>
+
+#include "Binder.h"
+#include "Connection.h"
+
+namespace standin {
+
+// The socket under which a local binder can be called from other processes. One thread admits
+// callers, and each admitted caller has a thread of its own, so that whatever a caller does or
+// fails to do with its connection concerns that thread alone. How many of them are inside the
+// binder at once is CallPermit's matter.
+//
+// An endpoint is never destroyed: its threads may run until the process ends.
+class Endpoint {
+  public:
+    // Makes the socket and starts to admit callers. Null with a reason: EEXIST when a living
+    // service is at `path`, else the error that the system gave.
+    static Endpoint* open(const std::string& path, const ndk::SpAIBinder& binder, int* error);
+
+    const ndk::SpAIBinder& binder() const { return mBinder; }
+
+    // Removes the socket, takes no further calls, and waits up to five seconds for those under way.
+    void close();
+
+  private:
+    // A caller's connection, as long as its thread runs.
+    struct Caller {
+        Endpoint* endpoint;
+        int fd;
+        pid_t pid;
+    };
+
+    Endpoint(std::string path, ndk::SpAIBinder binder);
+    int listen();
+    void removeSocket() const;
+    bool startThread(void* (*function)(void*), void* argument) const;
+    void admitCallers();
+    void admit(int fd);
+    bool mayCome(pid_t pid) const;
+    void serve(Connection* connection) const;
+    binder_status_t answer(Connection* connection, AParcel* reply) const;
+    void forget(const Caller* caller);
+
+    static void* runAdmission(void* endpoint);
+    static void* runCaller(void* caller);
+
+    const std::string mPath;
+    const ndk::SpAIBinder mBinder;
+    const int64_t mLife;  // tells this life of the service from others
+    ndk::ScopedFileDescriptor mListener;
+    ino_t mInode = 0;
+
+    mutable std::mutex mMutex;  // guards what follows
+    std::condition_variable mForgotten;
+    std::list<Caller> mCallers;
+    bool mClosing = false;
+};
+
+}  // namespace standin

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <android/binder_auto_utils.h>
+#include <android/binder_parcel.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+// A parcel is a run of bytes with a position, and the descriptors that travel beside it. The bytes
+// are its own, or borrowed from a connection's buffer for the length of one call.
+struct AParcel {
+  public:
+    AParcel() = default;
+    // Reads `size` bytes that stay the caller's.
+    AParcel(const uint8_t* data, size_t size) : mBytes(const_cast<uint8_t*>(data)), mSize(size) {}
+    AParcel(const AParcel&) = delete;
+    AParcel& operator=(const AParcel&) = delete;
+    ~AParcel();
+
+    const uint8_t* data() const { return mBytes; }
+    size_t size() const { return mSize; }
+    size_t position() const { return mPosition; }
+    bool setPosition(size_t position) const;
+
+    // Room for `bytes` more at the position, padded with zeros to 4; null when there is no memory.
+    void* put(size_t bytes);
+    // The next `bytes` and their padding; null when there are fewer left.
+    const void* take(size_t bytes) const;
+    size_t left() const { return mSize - mPosition; }
+
+    template <typename T>
+    binder_status_t putValue(T value) {
+        void* to = put(sizeof(T));
+        if (to == nullptr) return STATUS_NO_MEMORY;
+        __builtin_memcpy(to, &value, sizeof(T));
+        return STATUS_OK;
+    }
+    template <typename T>
+    binder_status_t takeValue(T* value) const {
+        const void* from = take(sizeof(T));
+        if (from == nullptr) return STATUS_NOT_ENOUGH_DATA;
+        __builtin_memcpy(value, from, sizeof(T));
+        return STATUS_OK;
+    }
+
+    // Empties the parcel and keeps its memory for the next use, unless it grew large.
+    void reset();
+    // Makes a copy of these bytes the content; false without memory.
+    bool assign(const uint8_t* data, size_t size);
+
+    // The descriptors that objects in the bytes refer to by index.
+    std::vector<ndk::ScopedFileDescriptor> fds;
+
+  private:
+    bool reserve(size_t capacity);
+
+    uint8_t* mBytes = nullptr;
+    size_t mSize = 0;
+    size_t mCapacity = 0;  // 0: the bytes are borrowed, or there are none
+    mutable size_t mPosition = 0;
+};
+
+namespace standin {
+
+// What every request begins with: who calls is not told, and which interface is meant.
+binder_status_t writeInterfaceToken(AParcel* parcel, const char* descriptor);
+// STATUS_BAD_TYPE when the request is meant for another interface.
+binder_status_t checkInterfaceToken(const AParcel* parcel, const char* descriptor);
+
+}  // namespace standin

@@ -1,0 +1,194 @@
+#include <android/binder_parcel_utils.h>
+#include <android/binder_status.h>
+
+#include <cstring>
+#include <new>
+#include <string>
+
+#include "Parcel.h"
+
+struct AStatus {
+    binder_exception_t exception = EX_NONE;
+    int32_t serviceSpecific = 0;
+    binder_status_t status = STATUS_OK;
+    std::string message;
+};
+
+namespace {
+
+// Every OK status is this one: it carries nothing, so nothing is allocated or released for it.
+AStatus* okStatus() {
+    static AStatus& ok = *new AStatus;
+    return &ok;
+}
+
+AStatus* newStatus(binder_exception_t exception, const char* message) {
+    auto* status = new AStatus;
+    status->exception = exception;
+    status->message = message == nullptr ? "" : message;
+    return status;
+}
+
+const char* exceptionName(binder_exception_t exception) {
+    switch (exception) {
+        case EX_NONE:
+            return "EX_NONE";
+        case EX_SECURITY:
+            return "EX_SECURITY";
+        case EX_BAD_PARCELABLE:
+            return "EX_BAD_PARCELABLE";
+        case EX_ILLEGAL_ARGUMENT:
+            return "EX_ILLEGAL_ARGUMENT";
+        case EX_NULL_POINTER:
+            return "EX_NULL_POINTER";
+        case EX_ILLEGAL_STATE:
+            return "EX_ILLEGAL_STATE";
+        case EX_NETWORK_MAIN_THREAD:
+            return "EX_NETWORK_MAIN_THREAD";
+        case EX_UNSUPPORTED_OPERATION:
+            return "EX_UNSUPPORTED_OPERATION";
+        case EX_SERVICE_SPECIFIC:
+            return "EX_SERVICE_SPECIFIC";
+        case EX_PARCELABLE:
+            return "EX_PARCELABLE";
+        case EX_TRANSACTION_FAILED:
+            return "EX_TRANSACTION_FAILED";
+        default:
+            return "unknown exception";
+    }
+}
+
+std::string statusName(binder_status_t status) {
+    switch (status) {
+        case STATUS_OK:
+            return "OK";
+        case STATUS_UNKNOWN_ERROR:
+            return "UNKNOWN_ERROR";
+        case STATUS_BAD_TYPE:
+            return "BAD_TYPE";
+        case STATUS_DEAD_OBJECT:
+            return "DEAD_OBJECT";
+        case STATUS_FAILED_TRANSACTION:
+            return "FAILED_TRANSACTION";
+        case STATUS_FDS_NOT_ALLOWED:
+            return "FDS_NOT_ALLOWED";
+        case STATUS_UNEXPECTED_NULL:
+            return "UNEXPECTED_NULL";
+        case STATUS_UNKNOWN_TRANSACTION:
+            return "UNKNOWN_TRANSACTION";
+        case STATUS_NOT_ENOUGH_DATA:
+            return "NOT_ENOUGH_DATA";
+        default:
+            break;
+    }
+    const char* text = status < 0 && status > -4096 ? ::strerrordesc_np(-status) : nullptr;
+    return std::to_string(status) + (text == nullptr ? "" : std::string(" ") + text);
+}
+
+}  // namespace
+
+AStatus* AStatus_newOk() {
+    return okStatus();
+}
+
+AStatus* AStatus_fromExceptionCode(binder_exception_t exception) {
+    return AStatus_fromExceptionCodeWithMessage(exception, nullptr);
+}
+
+AStatus* AStatus_fromExceptionCodeWithMessage(binder_exception_t exception, const char* message) {
+    return exception == EX_NONE ? okStatus() : newStatus(exception, message);
+}
+
+AStatus* AStatus_fromServiceSpecificError(int32_t serviceSpecific) {
+    return AStatus_fromServiceSpecificErrorWithMessage(serviceSpecific, nullptr);
+}
+
+AStatus* AStatus_fromServiceSpecificErrorWithMessage(int32_t serviceSpecific, const char* message) {
+    AStatus* status = newStatus(EX_SERVICE_SPECIFIC, message);
+    status->serviceSpecific = serviceSpecific;
+    return status;
+}
+
+AStatus* AStatus_fromStatus(binder_status_t status) {
+    if (status == STATUS_OK) return okStatus();
+    AStatus* failed = newStatus(EX_TRANSACTION_FAILED, nullptr);
+    failed->status = status;
+    return failed;
+}
+
+bool AStatus_isOk(const AStatus* status) {
+    return status->exception == EX_NONE;
+}
+
+binder_exception_t AStatus_getExceptionCode(const AStatus* status) {
+    return status->exception;
+}
+
+int32_t AStatus_getServiceSpecificError(const AStatus* status) {
+    return status->serviceSpecific;
+}
+
+binder_status_t AStatus_getStatus(const AStatus* status) {
+    return status->status;
+}
+
+const char* AStatus_getMessage(const AStatus* status) {
+    return status->message.c_str();
+}
+
+const char* AStatus_getDescription(const AStatus* status) {
+    std::string text = "Status(" + std::to_string(status->exception) + ", " +
+                       exceptionName(status->exception) + "): '";
+    if (status->exception == EX_SERVICE_SPECIFIC) {
+        text += std::to_string(status->serviceSpecific) + ": ";
+    } else if (status->exception == EX_TRANSACTION_FAILED) {
+        text += statusName(status->status) + ": ";
+    }
+    text += status->message + "'";
+    return ::strdup(text.c_str());
+}
+
+void AStatus_deleteDescription(const char* description) {
+    std::free(const_cast<char*>(description));
+}
+
+void AStatus_delete(AStatus* status) {
+    if (status != okStatus()) delete status;
+}
+
+binder_status_t AParcel_writeStatusHeader(AParcel* parcel, const AStatus* status) {
+    if (status->exception == EX_TRANSACTION_FAILED) return status->status;
+    binder_status_t written = AParcel_writeInt32(parcel, status->exception);
+    if (written != STATUS_OK || status->exception == EX_NONE) return written;
+    written = ndk::AParcel_writeString(parcel, status->message);
+    if (written == STATUS_OK) written = AParcel_writeInt32(parcel, 0);  // no remote stack trace
+    if (written == STATUS_OK && status->exception == EX_SERVICE_SPECIFIC) {
+        written = AParcel_writeInt32(parcel, status->serviceSpecific);
+    }
+    return written;
+}
+
+binder_status_t AParcel_readStatusHeader(const AParcel* parcel, AStatus** status) {
+    AStatus read;
+    binder_status_t result = AParcel_readInt32(parcel, &read.exception);
+    if (result == STATUS_OK && read.exception == EX_NONE) {
+        *status = okStatus();
+        return STATUS_OK;
+    }
+    int32_t stackTraceSize = 0;
+    if (result == STATUS_OK) result = ndk::AParcel_readString(parcel, &read.message);
+    if (result == STATUS_OK) result = AParcel_readInt32(parcel, &stackTraceSize);
+    if (result == STATUS_OK && read.exception == EX_SERVICE_SPECIFIC) {
+        result = AParcel_readInt32(parcel, &read.serviceSpecific);
+    }
+    if (result == STATUS_OK) *status = new AStatus(std::move(read));
+    return result;
+}
+
+std::string ndk::ScopedAStatus::getDescription() const {
+    if (get() == nullptr) return "Status(no status)";
+    const char* text = AStatus_getDescription(get());
+    std::string description = text;
+    AStatus_deleteDescription(text);
+    return description;
+}
