@@ -83,10 +83,11 @@ TEST_F(Log, StartsAtInfoUntilAMinimumIsSet) {
 }
 
 TEST_F(Log, FollowsTheUsersRulesUntilTheProgramSetsAMinimum) {
-    setenv("ANDROID_LOG_TAGS", "hush:v", 1);  // too late to count
     const auto loggable = [](int priority, const char* tag) {
         return __android_log_is_loggable(priority, tag, ANDROID_LOG_SILENT) == 1;
     };
+    EXPECT_FALSE(loggable(ANDROID_LOG_VERBOSE, "hush"));
+    setenv("ANDROID_LOG_TAGS", "hush:v", 1);  // too late to count
     EXPECT_TRUE(loggable(ANDROID_LOG_VERBOSE, "talks:much"));
     EXPECT_FALSE(loggable(ANDROID_LOG_WARN, "hush"));
     EXPECT_TRUE(loggable(ANDROID_LOG_ERROR, "hush"));

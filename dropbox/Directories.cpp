@@ -1,0 +1,76 @@
+#include <dirent.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "Log.h"
+#include "LumvndhalImpl.h"
+
+namespace aidl::vendor::tav::lumvndhal_aidl {
+namespace {
+
+constexpr char kRoot[] = "/data/vendor/lum";
+constexpr mode_t kDirectoryMode = 0770;
+
+// An entry that is there already is as good as a new one.
+int32_t createDirectory(const std::string& path) {
+    if (::mkdir(path.c_str(), kDirectoryMode) == 0) return 0;
+    if (errno != EEXIST) return -1;
+    if (path.size() > kUnloggedPathLength)
+        LUM_LOGD("%s is already exist", path.c_str() + kUnloggedPathLength);
+    return 0;
+}
+
+bool isSelfOrParent(const char* name) {
+    return std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0;
+}
+
+}  // namespace
+
+std::string LumvndhalImpl::validate_path(std::string path) {
+    if (path.empty() || path.find("..") != std::string::npos) return {};
+    return path.insert(0, kRoot);
+}
+
+::ndk::ScopedAStatus LumvndhalImpl::update_vendor_dropbox(const std::string& path, bool create,
+                                                          int32_t* result) {
+    const std::lock_guard<std::mutex> lock(mLock);
+    const std::string validated = validate_path(path);
+    if (validated.empty()) {
+        LUM_LOGE("[ERROR] Path is not correct");
+        *result = -1;
+    } else if (create) {
+        *result = createDirectory(validated);
+    } else {
+        delete_dir_tree(validated.c_str());
+        *result = 0;
+    }
+    return ::ndk::ScopedAStatus::ok();
+}
+
+// What cannot be removed stays, and with it the directories above it: the results of unlink and
+// rmdir have nobody to go to.
+void LumvndhalImpl::delete_dir_tree(const char* path) {
+    DIR* directory = ::opendir(path);
+    if (directory == nullptr) {
+        LUM_LOGD("%s is null", path);
+        return;
+    }
+    std::string entryPath = std::string(path) + "/";
+    const size_t nameAt = entryPath.size();
+    while (const dirent* entry = ::readdir(directory)) {
+        if (isSelfOrParent(entry->d_name)) continue;
+        entryPath.replace(nameAt, std::string::npos, entry->d_name);
+        if (entry->d_type == DT_DIR) {
+            delete_dir_tree(entryPath.c_str());
+        } else {
+            ::unlink(entryPath.c_str());
+        }
+    }
+    ::closedir(directory);
+    ::rmdir(path);
+}
+
+}  // namespace aidl::vendor::tav::lumvndhal_aidl

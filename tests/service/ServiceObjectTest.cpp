@@ -1,0 +1,208 @@
+#include <android/binder_parcel_utils.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+#include <vector>
+
+#include "Files.h"
+#include "ServiceUnderTest.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using namespace support;
+using aidl::vendor::tav::lumvndhal_aidl::LumvndhalGenericData;
+
+class ServiceObject : public testing::TestWithParam<From> {
+  protected:
+    ServiceUnderTest mService{GetParam()};
+};
+
+TEST_P(ServiceObject, TellsItsVersionAndTheFrozenHash) {
+    int32_t version = 0;
+    std::string hash;
+    EXPECT_TRUE(mService->getInterfaceVersion(&version).isOk());
+    EXPECT_TRUE(mService->getInterfaceHash(&hash).isOk());
+    EXPECT_EQ(version, 1);
+    const std::string frozen = SOURCE_DIR "/interface/aidl_api/vendor.tav.lumvndhal_aidl/1/.hash";
+    EXPECT_EQ(hash + "\n", readFile(frozen));
+    EXPECT_EQ(mService.takeLog(), LogLines{});
+}
+
+TEST_P(ServiceObject, IsRemoteOnlyFromAnotherProcess) {
+    EXPECT_EQ(mService->isRemote(), GetParam() == From::kOtherProcess);
+    EXPECT_EQ(mService->asBinder(), mService->asBinder());
+    const auto same = ILumvndhal::fromBinder(mService->asBinder());
+    ASSERT_NE(same, nullptr);
+    EXPECT_EQ(same->isRemote(), mService->isRemote());
+}
+
+INSTANTIATE_TEST_SUITE_P(, ServiceObject, testing::Values(From::kSameProcess, From::kOtherProcess),
+                         [](const auto& each) { return nameOf(each.param); });
+
+TEST(ServiceSetUp, LogsBothCallsAndLetsTheLastOneHold) {
+    LogCapture log;
+    const auto service = ndk::SharedRefBase::make<LumvndhalImpl>();
+    service->init_session_operator(nullptr, nullptr, nullptr,
+                                   [](std::string& to) { to = "first"; });
+    service->init_session_operator(nullptr, nullptr, nullptr,
+                                   [](std::string& to) { to = "second"; });
+    service->set_lumtr_version("2.1");
+    service->set_lumtr_version(nullptr);
+    EXPECT_EQ(log.take(), (LogLines{debug("init_session_operator"), debug("init_session_operator"),
+                                    verbose("set_lumtr_version() lumtr_version=2.1"),
+                                    verbose("set_lumtr_version() lumtr_version=")}));
+    EXPECT_EQ(service->getCollectorsState("collectorsState"), "second");
+}
+
+std::atomic<bool> gInside{false};
+std::atomic<bool> gMayLeave{false};
+
+void stayInside(std::string&) {
+    gInside = true;
+    while (!gMayLeave) std::this_thread::sleep_for(1ms);
+}
+
+TEST(ServiceLock, KeepsTheSixMethodsApart) {
+    LogCapture log;
+    const auto service = ndk::SharedRefBase::make<LumvndhalImpl>();
+    service->init_session_operator(nullptr, nullptr, nullptr, stayInside);
+    const auto call = [&](int method) {
+        bool truth = true;
+        int32_t number = 0;
+        LumvndhalGenericData data;
+        switch (method) {
+            case 0:
+                return service->configure({}, &truth);
+            case 1:
+                return service->request_read("/f", 1, &truth);
+            case 2:
+                return service->get_vnd_data("nothing", &data, &number);
+            case 3:
+                return service->set_vnd_data("nothing", "", &number);
+            case 4:
+                return service->update_vendor_dropbox("", true, &number);
+            default:
+                return service->write_data_to_vendor_dropbox("", {}, 0, &truth);
+        }
+    };
+    std::thread inside([&] {
+        LumvndhalGenericData data;
+        int32_t result = 0;
+        service->get_vnd_data("collectorsState", &data, &result);
+    });
+    while (!gInside) std::this_thread::sleep_for(1ms);
+    std::atomic<int> returned{0};
+    std::vector<std::thread> waiting;
+    for (int method = 0; method < 6; ++method) {
+        waiting.emplace_back([&, method] {
+            call(method);
+            ++returned;
+        });
+    }
+    std::this_thread::sleep_for(100ms);
+    EXPECT_EQ(returned, 0);
+    gMayLeave = true;
+    for (auto& each : waiting) each.join();
+    inside.join();
+}
+
+// --- What the stub does with requests that no proxy of ours would send.
+
+class Stub : public testing::Test {
+  protected:
+    ndk::ScopedAParcel request() {
+        ndk::ScopedAParcel in;
+        EXPECT_EQ(AIBinder_prepareTransaction(mService->asBinder().get(), in.getR()), STATUS_OK);
+        return in;
+    }
+    binder_status_t send(uint32_t code, ndk::ScopedAParcel in) {
+        return AIBinder_transact(mService->asBinder().get(), code, in.getR(), mReply.getR(), 0);
+    }
+
+    ServiceUnderTest mService{From::kOtherProcess};
+    ndk::ScopedAParcel mReply;
+};
+
+TEST_F(Stub, RefusesRequestsThatLackAnArgument) {
+    auto noPath = request();
+    AParcel_writeString(noPath.get(), nullptr, -1);
+    AParcel_writeInt32(noPath.get(), 1);
+    EXPECT_EQ(send(2, std::move(noPath)), STATUS_UNEXPECTED_NULL);
+    auto noCount = request();
+    ndk::AParcel_writeString(noCount.get(), "/f");
+    EXPECT_EQ(send(2, std::move(noCount)), STATUS_NOT_ENOUGH_DATA);
+    auto noBytes = request();
+    ndk::AParcel_writeString(noBytes.get(), "/f");
+    AParcel_writeByteArray(noBytes.get(), nullptr, -1);
+    AParcel_writeInt32(noBytes.get(), 0);
+    EXPECT_EQ(send(6, std::move(noBytes)), STATUS_UNEXPECTED_NULL);
+    EXPECT_EQ(send(1, request()), STATUS_NOT_ENOUGH_DATA);
+    EXPECT_EQ(send(7, request()), STATUS_UNKNOWN_TRANSACTION);
+    EXPECT_EQ(mService.takeLog(), LogLines{});  // no method was entered
+}
+
+TEST_F(Stub, IgnoresWhatFollowsTheLastArgument) {
+    auto in = request();
+    ndk::AParcel_writeString(in.get(), "/a");
+    AParcel_writeBool(in.get(), true);
+    ndk::AParcel_writeString(in.get(), "from a later version");
+    ASSERT_EQ(send(5, std::move(in)), STATUS_OK);
+    int32_t header = -1;
+    int32_t result = -1;
+    AParcel_readInt32(mReply.get(), &header);
+    AParcel_readInt32(mReply.get(), &result);
+    EXPECT_EQ(header, 0);
+    EXPECT_EQ(result, 0);
+    EXPECT_TRUE(exists("/data/vendor/lum/a"));
+}
+
+TEST_F(Stub, NeverEntersAMethodWithATextThatIsCutShort) {
+    int32_t result = 7;
+    const auto status = mService->update_vendor_dropbox("/\xe2\x82", true, &result);
+    EXPECT_EQ(status.getExceptionCode(), EX_TRANSACTION_FAILED);
+    EXPECT_EQ(result, 7);
+    EXPECT_EQ(mService.takeLog(), LogLines{});
+}
+
+// --- Ownership.
+
+TEST(ServiceOwnershipDeathTest, AllowsNoOtherWayThanMake) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_DEATH({ LumvndhalImpl onTheStack; }, "never had a reference");
+    EXPECT_DEATH(
+            {
+                const auto owner = ndk::SharedRefBase::make<LumvndhalImpl>();
+                std::unique_ptr<LumvndhalImpl> second(owner.get());
+                second.reset();
+            },
+            "second owner");
+}
+
+TEST(ServiceOwnership, EndsWithTheLastReference) {
+    std::weak_ptr<LumvndhalImpl> weak;
+    ndk::SpAIBinder binder;
+    {
+        const auto service = ndk::SharedRefBase::make<LumvndhalImpl>();
+        weak = service;
+        binder = service->asBinder();
+    }
+    EXPECT_FALSE(weak.expired());  // the binder holds the object
+    binder.set(nullptr);
+    EXPECT_TRUE(weak.expired());
+}
+
+TEST(GenericData, ComparesAndDescribesItself) {
+    LumvndhalGenericData a;
+    LumvndhalGenericData b;
+    EXPECT_EQ(a, b);
+    b.data = "x";
+    EXPECT_LT(a, b);
+    a.data_size = 1;
+    EXPECT_GT(a, b);
+    EXPECT_EQ(b.toString(), "LumvndhalGenericData{data_size: 0, data: x}");
+}
+
+}  // namespace

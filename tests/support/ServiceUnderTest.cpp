@@ -1,0 +1,53 @@
+#include "ServiceUnderTest.h"
+
+#include <android/binder_manager.h>
+#include <android/binder_process.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+namespace support {
+namespace {
+
+const std::string kInstance = std::string(ILumvndhal::descriptor) + "/under-test";
+
+std::shared_ptr<LumvndhalImpl> makeObject(void (*prepare)(LumvndhalImpl&)) {
+    auto object = ndk::SharedRefBase::make<LumvndhalImpl>();
+    if (prepare != nullptr) prepare(*object);
+    return object;
+}
+
+int serve(void (*prepare)(LumvndhalImpl&), const LogPipe& pipe) {
+    const auto object = makeObject(prepare);
+    pipe.sendFromHere();
+    if (AServiceManager_addService(object->asBinder().get(), kInstance.c_str()) != EX_NONE) {
+        return 1;
+    }
+    ABinderProcess_startThreadPool();
+    for (;;) ::pause();
+}
+
+}  // namespace
+
+std::string nameOf(From from) {
+    return from == From::kSameProcess ? "SameProcess" : "OtherProcess";
+}
+
+ServiceUnderTest::ServiceUnderTest(From from, void (*prepare)(LumvndhalImpl&)) {
+    if (from == From::kSameProcess) {
+        mInterface = makeObject(prepare);
+        mCapture = std::make_unique<LogCapture>();
+        return;
+    }
+    mPipe = std::make_unique<LogPipe>();
+    mChild = std::make_unique<ChildProcess>([&] { return serve(prepare, *mPipe); });
+    const ndk::SpAIBinder binder(AServiceManager_waitForService(kInstance.c_str()));
+    mInterface = ILumvndhal::fromBinder(binder);
+    if (mInterface == nullptr) std::abort();
+}
+
+LogLines ServiceUnderTest::takeLog() {
+    return mCapture != nullptr ? mCapture->take() : mPipe->take();
+}
+
+}  // namespace support
