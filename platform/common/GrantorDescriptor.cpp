@@ -1,0 +1,21 @@
+#include <aidl/android/hardware/common/fmq/GrantorDescriptor.h>
+#include <standin/parcelable.h>
+
+namespace aidl::android::hardware::common::fmq {
+
+const char* GrantorDescriptor::descriptor = "android.hardware.common.fmq.GrantorDescriptor";
+
+binder_status_t GrantorDescriptor::readFromParcel(const AParcel* parcel) {
+    return standin::readParcelable(parcel, &fdIndex, &offset, &extent);
+}
+
+binder_status_t GrantorDescriptor::writeToParcel(AParcel* parcel) const {
+    return standin::writeParcelable(parcel, fdIndex, offset, extent);
+}
+
+std::string GrantorDescriptor::toString() const {
+    return "GrantorDescriptor{fdIndex: " + std::to_string(fdIndex) +
+           ", offset: " + std::to_string(offset) + ", extent: " + std::to_string(extent) + "}";
+}
+
+}  // namespace aidl::android::hardware::common::fmq
