@@ -19,9 +19,15 @@ namespace {
 // another thread must not come between.
 std::mutex gOutputLock;
 
-// A child must not inherit the lock from a thread that it does not have.
+// A child must not inherit the lock, nor rules that are half read, from a thread that it does not
+// have.
+void prepareForFork() {
+    TagFilter::fromEnvironment();
+    gOutputLock.lock();
+}
+
 [[maybe_unused]] const int gForkHandlers = pthread_atfork(
-        [] { gOutputLock.lock(); }, [] { gOutputLock.unlock(); }, [] { gOutputLock.unlock(); });
+        prepareForFork, [] { gOutputLock.unlock(); }, [] { gOutputLock.unlock(); });
 
 void waitUntilWritable() {
     pollfd output = {STDERR_FILENO, POLLOUT, 0};
