@@ -37,7 +37,7 @@ bubblewrap_enter() {
     local name mount host_mounts
     type -P bwrap >/dev/null || return
     bubblewrap_host_mounts
-    enter=(bwrap --die-with-parent "${host_mounts[@]}")
+    enter=(bwrap --die-with-parent --cap-drop ALL "${host_mounts[@]}")
     for name in data vendor mnt sys; do
         enter+=(--bind "$tree/$name" "/$name")
     done
