@@ -1,0 +1,56 @@
+#pragma once
+
+#include <aidl/vendor/tav/lumvndhal_aidl/ILumvndhal.h>
+#include <android/binder_auto_utils.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace lumctl {
+
+using ::aidl::vendor::tav::lumvndhal_aidl::ILumvndhal;
+using ::aidl::vendor::tav::lumvndhal_aidl::LumvndhalGenericData;
+
+// Where instances are looked for, for people: "the device tree '/x'" or "this device".
+std::string placeName();
+
+// Where `path` of that device is for this process.
+std::string onDevice(const std::string& path);
+
+// Makes instances be looked for in the device tree in `directory`. To be called before the first
+// instance is looked for. Failure kUsage when it is no device tree.
+void useDeviceTree(const std::string& directory);
+
+struct Answer {
+    int32_t result = 0;
+    LumvndhalGenericData data;
+};
+
+// One instance of the service. Its functions make one call each and return what the service
+// answered; Failure kNotReached when the call did not get through.
+class Client {
+  public:
+    // Failure kNotReached when there is no such instance now.
+    explicit Client(const std::string& instance);
+
+    void ping();
+    int32_t interfaceVersion();
+    std::string interfaceHash();
+
+    int32_t updateDropbox(const std::string& path, bool create);
+    bool writeFile(const std::string& path, const std::vector<uint8_t>& data);
+    bool configure(const ILumvndhal::ByteQueueDescriptor& descriptor);
+    bool requestRead(const std::string& path, int32_t count);
+    Answer get(const std::string& command);
+    int32_t set(const std::string& command, const std::string& parameter);
+
+  private:
+    void expectDelivered(const ::ndk::ScopedAStatus& status) const;
+
+    std::string mInstance;
+    std::shared_ptr<ILumvndhal> mService;
+};
+
+}  // namespace lumctl
