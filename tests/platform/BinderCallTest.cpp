@@ -151,7 +151,7 @@ TEST_F(BinderCall, TellsUnknownCodesAndForeignInterfacesApart) {
     EXPECT_EQ(call(Code{99}, &out, int32_t{0}), STATUS_UNKNOWN_TRANSACTION);
     EXPECT_EQ(call(kSleep, &out), STATUS_NOT_ENOUGH_DATA);
     EXPECT_EQ(AIBinder_ping(mBinder.get()), STATUS_OK);
-    const auto* other = AIBinder_Class_define(
+    static const auto* other = AIBinder_Class_define(  // lives as long as the process
             "test.IOther", [](void* args) { return args; }, [](void*) {}, onTransact);
     const ndk::SpAIBinder binder(AServiceManager_checkService(kName));
     EXPECT_FALSE(AIBinder_associateClass(binder.get(), other));

@@ -30,6 +30,9 @@ const LogLine kBadParameter = error("[ERROR] invalid parameter");
 const LogLine kNotRead = error("[ERROR] Failed to read data from fmq");
 const LogLine kInvalidQueue = error("[ERROR] mFmqSync is nullptr or invalid");
 
+// Mappings that an allocator may make for itself meanwhile; far fewer than there are rounds.
+constexpr size_t kSlack = 100;
+
 std::string bytes(size_t count, char first = '\0') {
     std::string text(count, '\0');
     std::iota(text.begin(), text.end(), first);
@@ -196,17 +199,17 @@ TEST_P(Transfer, RefusesHostileDescriptorsAndKeepsNothingOfThem) {
     mService.takeLog();
     const size_t descriptors = openDescriptors(mService.process());
     const size_t mappings = memoryMappings(mService.process());
-    for (const auto& change : kHostileChanges) {
+    for (size_t i = 0; i < 20 * kHostileChanges.size(); ++i) {
         Descriptor desc = good.dupeDesc();
-        change(desc);
-        EXPECT_FALSE(configure(desc));
+        kHostileChanges[i % kHostileChanges.size()](desc);
+        EXPECT_FALSE(configure(desc)) << i % kHostileChanges.size();
         EXPECT_EQ(mService.takeLog(), LogLines{kInvalidQueue});
     }
     ASSERT_TRUE(configure(good));
     put(good, bytes(3));
     EXPECT_TRUE(read("/f", 3));
     EXPECT_EQ(openDescriptors(mService.process()), descriptors);
-    EXPECT_LE(memoryMappings(mService.process()), mappings + 2);  // what the allocator keeps
+    EXPECT_LE(memoryMappings(mService.process()), mappings + kSlack);
 }
 
 TEST_P(Transfer, CannotHaveTheMemoryTakenAwayAgain) {
@@ -257,7 +260,7 @@ TEST_P(Transfer, LeavesNothingBehindAfterManyRounds) {
     const size_t mappings = memoryMappings(mService.process());
     rounds(10000);
     EXPECT_EQ(openDescriptors(mService.process()), descriptors);
-    EXPECT_LE(memoryMappings(mService.process()), mappings + 2);
+    EXPECT_LE(memoryMappings(mService.process()), mappings + kSlack);
 }
 
 INSTANTIATE_TEST_SUITE_P(, Transfer, testing::Values(From::kSameProcess, From::kOtherProcess),

@@ -1,0 +1,106 @@
+// The factory-reset count, and the property that switches it off.
+#include <cutils/properties.h>
+#include <gtest/gtest.h>
+
+#include "DeviceFiles.h"
+#include "Files.h"
+#include "ServiceUnderTest.h"
+
+namespace {
+
+using namespace std::string_literals;
+using support::error;
+using support::info;
+using support::LogLines;
+
+constexpr char kDirectory[] = "/mnt/vendor/persist/lum";
+constexpr char kFile[] = "/mnt/vendor/persist/lum/frc.dat";
+const std::string kName = "get_factory_reset_count:";
+
+class FactoryReset : public testing::Test {
+  protected:
+    void expect(int64_t count, const support::LogLine& line) {
+        const size_t before = support::openDescriptors();
+        EXPECT_EQ(mObject->get_factory_reset_count(), count);
+        EXPECT_EQ(support::openDescriptors(), before);
+        EXPECT_EQ(mLog.take(), LogLines{line});
+    }
+    void expectRead(int64_t count, const std::string& text) {
+        expect(count, info(kName + "LUM_FACTORY_RESET_COUNT_PERSIST_FILE : " +
+                           std::to_string(count) + ", " + text));
+    }
+
+    std::shared_ptr<support::LumvndhalImpl> mObject =
+            ndk::SharedRefBase::make<support::LumvndhalImpl>();
+    support::LogCapture mLog;
+};
+
+}  // namespace
+
+TEST_F(FactoryReset, CountIsTheNumberThatTheFirstLineBeginsWith) {
+    const std::string zeros(98, '0');
+    const struct {
+        std::string content;
+        int64_t count;
+        std::string line;
+    } cases[] = {
+            {"12\n", 12, "12\n"},
+            {"12", 12, "12"},
+            {"  \t-3\n", -3, "  \t-3\n"},
+            {"+4", 4, "+4"},
+            {"7abc\n8\n", 7, "7abc\n"},
+            {"0x10\n", 0, "0x10\n"},
+            {"letters\n", 0, "letters\n"},
+            {"- 5", 0, "- 5"},
+            {"\n12\n", 0, "\n"},
+            {"", 0, ""},
+            {"\xb2\xff\n", 0, "\xb2\xff\n"},
+            {"1\0002\n"s, 1, "1"},
+            {zeros + "7\n", 7, zeros + "7"},
+            {zeros + "78\n", 7, zeros + "7"},
+            {"9223372036854775807", INT64_MAX, "9223372036854775807"},
+            {"9223372036854775808", INT64_MAX, "9223372036854775808"},
+            {"-9223372036854775809", INT64_MIN, "-9223372036854775809"},
+    };
+    for (const auto& file : cases) {
+        SCOPED_TRACE(file.content);
+        support::writeFile(kFile, file.content);
+        expectRead(file.count, file.line);
+    }
+}
+
+TEST_F(FactoryReset, CountIsZeroWithoutAFileToRead) {
+    support::removeAll(kDirectory);
+    expect(0, info(kName + "Cannot find LUM_FACTORY_RESET_COUNT_PERSIST_DIR"));
+    support::makeDirectories(kDirectory);
+    expect(0, info(kName + "Cannot find LUM_FACTORY_RESET_COUNT_PERSIST_FILE"));
+    makeSocket(kFile);
+    expect(0, error(kName + "Could not open LUM_FACTORY_RESET_COUNT_PERSIST_FILE"));
+    support::removeAll(kFile);
+    support::makeDirectories(kFile);
+    expectRead(0, "");
+    support::removeAll(kFile);
+}
+
+TEST_F(FactoryReset, PropertyCountsWhenItsValueIsTheWholeOfWhatIsExpected) {
+    constexpr char kKey[] = "vendor.tav.lum.frc.disable";
+    const std::string longest(PROPERTY_VALUE_MAX - 1, '1');
+    const struct {
+        std::string value, expected;
+        bool holds;
+    } cases[] = {
+            {"1", "1", true},   {longest, longest, true}, {"\xe4", "\xe4", true},
+            {"10", "1", false}, {" 1", "1", false},       {"1 ", "1", false},
+            {"0", "1", false},  {"1", "10", false},       {longest, longest + "1", false},
+            {"", "1", false},   {"", "", false},          {"1", "", false},
+    };
+    for (const auto& property : cases) {
+        SCOPED_TRACE(property.value + " for " + property.expected);
+        ASSERT_EQ(property_set(kKey, property.value.c_str()), 0);
+        EXPECT_EQ(mObject->check_property_value(kKey, property.expected.c_str()), property.holds);
+        const LogLines refused = {info("FRC:"s + kKey + " = " + property.value)};
+        EXPECT_EQ(mLog.take(), property.holds ? LogLines{} : refused);
+    }
+    EXPECT_FALSE(mObject->check_property_value("unset", "1"));
+    EXPECT_EQ(mLog.take(), LogLines{info("FRC:unset = ")});
+}
