@@ -51,7 +51,7 @@ struct Case {
     size_t requestSize;
     size_t replySize;
     size_t fileSize;
-    int perRound;
+    size_t perRound;
     std::function<void(ILumvndhal&)> call;
 };
 
@@ -119,7 +119,7 @@ size_t requestSize(const Args&... args) {
     return kFrameHeader + static_cast<size_t>(AParcel_getDataSize(parcel.get()));
 }
 
-Case writeCase(const std::string& name, size_t size, int perRound) {
+Case writeCase(const std::string& name, size_t size, size_t perRound) {
     const std::vector<uint8_t> data(size, 'x');
     const auto length = static_cast<int32_t>(size);
     return {name,
@@ -148,7 +148,7 @@ std::vector<Case> cases() {
                  check(service.get_vnd_data("nothing", &data, &result).isOk());
              }},
             writeCase("write_data_to_vendor_dropbox, 64 B", 64, 500),
-            writeCase("write_data_to_vendor_dropbox, 64 KiB", 64 * 1024, 200)};
+            writeCase("write_data_to_vendor_dropbox, 64 KiB", size_t{64} << 10, 200)};
 }
 
 void printHead(const std::string& what, const std::vector<std::string>& cells) {
@@ -198,17 +198,18 @@ void measureLogging() {
 
 // Eight processes that call at once; they report through memory that they share.
 void measureEightClients() {
-    constexpr int kClients = 8;
-    constexpr int kCalls = 5000;
+    constexpr size_t kClients = 8;
+    constexpr size_t kCalls = 5000;
     auto* times =
             static_cast<double*>(::mmap(nullptr, sizeof(double) * kClients * kCalls,
                                         PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
-    auto* done = static_cast<std::atomic<int>*>(::mmap(nullptr, sizeof(std::atomic<int>),
-                                                       PROT_READ | PROT_WRITE,
-                                                       MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+    auto* done = static_cast<std::atomic<size_t>*>(::mmap(nullptr, sizeof(std::atomic<size_t>),
+                                                          PROT_READ | PROT_WRITE,
+                                                          MAP_SHARED | MAP_ANONYMOUS, -1, 0));
     const Worker serving([] { serve(-1, false); });
     std::vector<std::unique_ptr<Worker>> clients;
-    for (int client = 0; client < kClients; ++client) {
+    clients.reserve(kClients);
+    for (size_t client = 0; client < kClients; ++client) {
         clients.push_back(std::make_unique<Worker>([=] {
             const auto service = connect();
             Samples own;
@@ -223,7 +224,7 @@ void measureEightClients() {
     }
     while (*done != kClients) ::usleep(10000);
     Samples all;
-    for (int i = 0; i < kClients * kCalls; ++i) all.add(times[i]);
+    for (size_t i = 0; i < kClients * kCalls; ++i) all.add(times[i]);
     printHead("get_vnd_data, unknown word [us]", {"median", "p99", "p99/median"});
     bench::printRow("8 clients at once, all cores",
                     {number(all.median()), number(all.p99()), number(all.p99() / all.median())});

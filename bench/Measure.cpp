@@ -13,9 +13,9 @@
 
 namespace bench {
 
-void Samples::measure(int count, const std::function<void()>& operation) {
+void Samples::measure(size_t count, const std::function<void()>& operation) {
     using Clock = std::chrono::steady_clock;
-    for (int i = 0; i < count; ++i) {
+    for (size_t i = 0; i < count; ++i) {
         const auto begin = Clock::now();
         operation();
         add(std::chrono::duration<double, std::micro>(Clock::now() - begin).count());

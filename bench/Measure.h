@@ -12,7 +12,7 @@ namespace bench {
 class Samples {
   public:
     // Runs the operation `count` times, timing each.
-    void measure(int count, const std::function<void()>& operation);
+    void measure(size_t count, const std::function<void()>& operation);
     void add(const Samples& other);
     void add(double microseconds) { mTimes.push_back(microseconds); }
     const std::vector<double>& all() const { return mTimes; }

@@ -110,9 +110,9 @@ void measure(const std::string& name, ILumvndhal& service, size_t size, int roun
 }
 
 void measureSizes(const std::string& where, ILumvndhal& service) {
-    measure("request_read, 4 KiB, " + where, service, 4 * 1024, 2000);
-    measure("request_read, 1 MiB, " + where, service, 1024 * 1024, 400);
-    measure("request_read, 64 MiB, " + where, service, 64 * 1024 * 1024, 20);
+    measure("request_read, 4 KiB, " + where, service, size_t{4} << 10, 2000);
+    measure("request_read, 1 MiB, " + where, service, size_t{1} << 20, 400);
+    measure("request_read, 64 MiB, " + where, service, size_t{64} << 20, 20);
 }
 
 }  // namespace

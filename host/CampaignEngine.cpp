@@ -6,7 +6,7 @@ namespace session_operator {
 namespace {
 
 constexpr size_t kMaxCampaigns = 256;
-constexpr size_t kMaxNameBytes = 32 * 1024;
+constexpr size_t kMaxNameBytes = size_t{32} * 1024;
 constexpr size_t kMaxModules = 1024;
 
 std::set<std::string> withoutEmpty(const std::vector<std::string>& names) {

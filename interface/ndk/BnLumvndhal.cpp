@@ -123,8 +123,8 @@ const char* ILumvndhal::descriptor = "vendor.tav.lumvndhal_aidl.ILumvndhal";
 
 std::shared_ptr<ILumvndhal> ILumvndhal::fromBinder(const ::ndk::SpAIBinder& binder) {
     if (!AIBinder_associateClass(binder.get(), theClass())) return nullptr;
-    auto local = ::ndk::ICInterface::asInterface(binder.get());
-    if (local != nullptr) return std::static_pointer_cast<ILumvndhal>(std::move(local));
+    const auto local = ::ndk::ICInterface::asInterface(binder.get());
+    if (local != nullptr) return std::static_pointer_cast<ILumvndhal>(local);
     return ::ndk::SharedRefBase::make<BpLumvndhal>(binder);
 }
 

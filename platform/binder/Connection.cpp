@@ -15,7 +15,7 @@ namespace {
 
 constexpr uint32_t kMagic = 0x52444e42;  // "BNDR"
 constexpr size_t kUsualBuffer = 4096;
-constexpr size_t kKeptBuffer = 128 * 1024;
+constexpr size_t kKeptBuffer = size_t{128} * 1024;
 constexpr std::chrono::milliseconds kFrameTime{5000};
 
 using Clock = std::chrono::steady_clock;

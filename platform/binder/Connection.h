@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Parcel.h"
@@ -52,7 +53,9 @@ class Connection {
     int32_t word() const { return header().word; }
     const uint8_t* payload() const { return mBuffer.data() + sizeof(FrameHeader); }
     size_t payloadSize() const { return header().size; }
-    std::vector<ndk::ScopedFileDescriptor> takeDescriptors() { return std::move(mDescriptors); }
+    std::vector<ndk::ScopedFileDescriptor> takeDescriptors() {
+        return std::exchange(mDescriptors, {});
+    }
 
     // Gives back the memory that a large frame took.
     void trim();

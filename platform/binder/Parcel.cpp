@@ -12,7 +12,7 @@
 namespace {
 
 constexpr size_t kFirstCapacity = 256;
-constexpr size_t kKeptCapacity = 128 * 1024;
+constexpr size_t kKeptCapacity = size_t{128} * 1024;
 
 constexpr int32_t kNull = -1;
 constexpr int32_t kStrictModePolicy = INT32_MIN;

@@ -42,6 +42,7 @@ class SharedRefBase {
         return object->template ref<T>();
     }
 
+    // NOLINTNEXTLINE(misc-new-delete-overloads,cert-dcl54-cpp): its partner is private
     static void operator delete(void* memory) { std::free(memory); }
 
   private:
