@@ -1,0 +1,107 @@
+#!/bin/bash
+# The SELinux policy compiles against stand-ins for the platform's part, allows what the service
+# needs, and refuses what it must never get: policy_test.sh PATH/TO/THE/SOURCES
+set -u
+
+root=$(realpath -- "${1:?the path of the sources is missing}")
+here=$(dirname -- "$(realpath -- "${BASH_SOURCE[0]}")")/policy
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+failures=0
+
+fail() {
+    echo "FAILED: $*"
+    failures=$((failures + 1))
+}
+
+# The labels of the contexts files, as statements that the compiler checks. What is labelled does not
+# matter to it.
+contexts_as_genfscon() {
+    local file context
+    for file in file_contexts service_contexts property_contexts; do
+        while read -r _ context _; do
+            echo "genfscon $file /$((++number)) $context"
+        done < <(grep -v '^#' "$root/sepolicy/$file")
+    done
+    cat "$root/sepolicy/genfs_contexts"
+}
+
+# The whole policy with the rules of standard input among it.
+policy() {
+    local number=0
+    cat "$here/classes.conf"
+    m4 --fatal-warnings "$here/macros.m4" "$here/platform.te" "$root/sepolicy/attributes" \
+        "$root"/sepolicy/*.te "$here/assertions.te" || fail 'm4 does not take the policy'
+    cat - "$here/contexts.conf"
+    contexts_as_genfscon
+}
+
+compiles() { # OUTPUT OF THE COMPILER; the additional rules come on standard input
+    policy >"$work/policy.conf"
+    checkpolicy -M -o "$work/policy" "$work/policy.conf" >"$1" 2>&1
+}
+
+rules_of() { # FILE
+    grep -v -e '^#' -e '^$' "$here/$1"
+}
+
+compiles_as_it_is() {
+    compiles "$work/output" </dev/null && return
+    fail "the policy does not compile: $(head -n 9 "$work/output")"
+    exit 1
+}
+
+# A rule is there when the policy with the assertion that it is not does not compile.
+allows_what_is_needed() {
+    local domain type class permission
+    while read -r domain type class permission; do
+        compiles "$work/output" <<<"neverallow $domain $type:$class $permission;" &&
+            fail "$domain may not $permission the $class $type"
+        grep -q 'violated by allow' "$work/output" || fail "$domain $type: $(head -n 3 "$work/output")"
+    done < <(rules_of needed)
+}
+
+refuses_what_is_forbidden() {
+    local domain type class permission
+    while read -r domain type class permission; do
+        compiles "$work/output" <<<"allow $domain $type:$class $permission;" &&
+            fail "nothing keeps $domain from $permission of the $class $type"
+        grep -q 'violated by allow' "$work/output" || fail "$domain $type: $(head -n 3 "$work/output")"
+    done < <(rules_of forbidden)
+}
+
+# What the policy lets the service do, one permission a line; its one client stands for all of them.
+permissions_of_the_service() {
+    awk '$1 == "(allow" && $2 ~ /^hal_lumvndhal(_default|_server)?$/ {
+        gsub(/[()]/, "")
+        sub(/ hal_lumvndhal_client /, " system_server ")
+        for (i = 5; i <= NF; ++i) print $3, $4, $i
+    }' "$work/policy.cil"
+}
+
+allows_nothing_else() {
+    policy </dev/null >"$work/policy.conf"
+    checkpolicy -M -C -o "$work/policy.cil" "$work/policy.conf" >/dev/null
+    local listed found
+    listed=$(rules_of needed | awk '$1 == "hal_lumvndhal_default" {print $2, $3, $4}' | sort -u)
+    found=$(permissions_of_the_service | sort -u)
+    [[ $found == "$listed" ]] || fail "the policy differs from what is needed:" \
+        "$(diff <(echo "$listed") <(echo "$found") | grep '^[<>]')"
+}
+
+# A type that labels nothing is a rename that was done in one place only.
+labels_every_type() {
+    local type
+    for type in $(sed -nE 's/^type ([a-z_]+),.*/\1/p' "$root"/sepolicy/*.te) vendor_lumvndhal_prop; do
+        [[ $type == hal_lumvndhal_default ]] && continue
+        grep -q ":$type:" "$root"/sepolicy/*_contexts || fail "nothing is labelled $type"
+    done
+}
+
+compiles_as_it_is
+allows_what_is_needed
+allows_nothing_else
+refuses_what_is_forbidden
+labels_every_type
+((failures == 0)) && echo "policy: all cases passed"
+exit $((failures != 0))
