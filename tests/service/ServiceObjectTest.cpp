@@ -170,7 +170,6 @@ TEST_F(Stub, NeverEntersAMethodWithATextThatIsCutShort) {
 // --- Ownership.
 
 TEST(ServiceOwnershipDeathTest, AllowsNoOtherWayThanMake) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_DEATH({ LumvndhalImpl onTheStack; }, "never had a reference");
     EXPECT_DEATH(
             {

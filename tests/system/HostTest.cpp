@@ -231,7 +231,7 @@ TEST(Host, StaysFlatUnderAThousandMixedCallsOfEightClients) {
     const size_t memory = memoryOf(host.pid());
     for (int round = 0; round < 3; ++round) clients(126);
     EXPECT_TRUE(host.settlesAt(descriptors));
-    EXPECT_LE(memoryOf(host.pid()), memory + (SANITIZED ? 64 * 1024 : 2 * 1024));
+    EXPECT_LE(memoryOf(host.pid()), memory + MEMORY_SLACK_KIB);
 }
 
 }  // namespace
