@@ -102,8 +102,8 @@ class __attribute__((visibility("default"))) LumvndhalImpl : public BnLumvndhal 
 
     // The full path of a client's path, or an empty text when it is refused.
     std::string validate_path(std::string path);
-    // Removes the directory and everything below it, as far as that can be done. Links are removed,
-    // never followed.
+    // Removes the directory and everything below it, as far as that can be done. Links below it are
+    // removed, never followed; a link that the path itself ends in is followed.
     void delete_dir_tree(const char* path);
 
   private:

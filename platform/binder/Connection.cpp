@@ -93,7 +93,7 @@ bool Connection::receive() {
     mDescriptors.clear();
     if (!receiveSome(0) || !receiveUpTo(sizeof(FrameHeader)) || !headerIsSound()) return false;
     const size_t size = sizeof(FrameHeader) + payloadSize();
-    if (mBuffer.size() < size) mBuffer.resize(size);
+
     // More than one frame is more than the peer may have sent.
     return receiveUpTo(size) && mReceived == size &&
            mDescriptors.size() == header().descriptorCount;
@@ -103,9 +103,15 @@ bool Connection::receiveUpTo(size_t size) {
     if (mReceived >= size) return true;
     const auto deadline = Clock::now() + kFrameTime;
     while (mReceived < size) {
+        makeRoom(size);
         if (!waitReadable(fd(), deadline) || !receiveSome(MSG_DONTWAIT)) return false;
     }
     return true;
+}
+
+// Room grows with what has come, not with what a peer merely announces.
+void Connection::makeRoom(size_t size) {
+    if (mReceived == mBuffer.size()) mBuffer.resize(std::min(size, mBuffer.size() * 4));
 }
 
 // Takes what has come, at least a byte unless told not to wait.
@@ -152,7 +158,7 @@ void Connection::trim() {
     mBuffer = std::vector<uint8_t>(kUsualBuffer);
 }
 
-int connectTo(const std::string& path) {
+int connectTo(const std::string& path, const timeval* patience) {
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
     std::string shortPath = path;
@@ -165,6 +171,9 @@ int connectTo(const std::string& path) {
     shortPath.copy(address.sun_path, sizeof(address.sun_path) - 1);
     ndk::ScopedFileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     if (socket.get() < 0) return -1;
+    if (patience != nullptr) {
+        ::setsockopt(socket.get(), SOL_SOCKET, SO_SNDTIMEO, patience, sizeof(*patience));
+    }
     int result;
     do {
         result = ::connect(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof(address));

@@ -11,13 +11,9 @@
 #include "Parcel.h"
 
 struct cmsghdr;
+struct timeval;
 
 namespace standin {
-
-// The most bytes that the parcel of a request or a reply may hold, and the most descriptors that
-// may travel beside it.
-constexpr size_t kMaxParcelSize = 1024 * 1024 - 8 * 1024;
-constexpr size_t kMaxDescriptors = 32;
 
 // Whether a parcel may travel at all.
 bool fits(const AParcel& parcel);
@@ -32,8 +28,8 @@ struct FrameHeader {
 
 // One end of a unix stream socket over which frames go back and forth, one at a time: who has sent
 // a frame waits for the answer. A peer that breaks this, sends what is no frame, or takes longer
-// than five seconds over a frame that it has begun is not listened to any longer. Used by one
-// thread at a time.
+// than five seconds over a frame that it has begun to send is not listened to any longer. Used by
+// one thread at a time.
 class Connection {
   public:
     // Takes the socket over.
@@ -65,6 +61,7 @@ class Connection {
         return *reinterpret_cast<const FrameHeader*>(mBuffer.data());
     }
     bool receiveUpTo(size_t size);
+    void makeRoom(size_t size);
     bool receiveSome(int flags);
     bool collectDescriptors(const cmsghdr* control);
     bool headerIsSound() const;
@@ -75,7 +72,8 @@ class Connection {
     std::vector<ndk::ScopedFileDescriptor> mDescriptors;
 };
 
-// Connects to the unix socket at `path`, however long the path is. The socket, or -1 with errno.
-int connectTo(const std::string& path);
+// Connects to the unix socket at `path`, however long the path is, waiting for room there as long
+// as `patience` says (null: without end). The socket, or -1 with errno.
+int connectTo(const std::string& path, const timeval* patience = nullptr);
 
 }  // namespace standin

@@ -9,7 +9,6 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <memory>
@@ -22,10 +21,12 @@ namespace {
 
 constexpr int kBacklog = 128;
 constexpr size_t kMaxCallers = 1024;
+constexpr size_t kMaxCallersOfAUser = 512;
 constexpr size_t kMaxCallersOfAProcess = 256;
 constexpr timeval kReplyTime = {5, 0};  // for a caller to read its reply
 constexpr std::chrono::seconds kClosingTime{5};
-constexpr useconds_t kPauseWithoutDescriptors = 20 * 1000;
+constexpr useconds_t kPause = 20 * 1000;
+constexpr int kLockAttempts = 100;  // with a pause each: two seconds
 
 int64_t newLife() {
     int64_t life = 0;
@@ -33,30 +34,45 @@ int64_t newLife() {
     return life;
 }
 
-// Held while an endpoint is made or removed, so that two processes never do so at once.
+std::string fileNameOf(const std::string& path) {
+    return path.substr(path.rfind('/') + 1);
+}
+
+// The folder of an endpoint, locked while the endpoint is made or removed, so that two processes
+// never do so at once. Anybody who may read the folder can take the lock: it is not waited for
+// without end, and `errno` is EWOULDBLOCK then.
 ndk::ScopedFileDescriptor lockFolderOf(const std::string& path) {
     const std::string folder = path.substr(0, path.rfind('/'));
     ndk::ScopedFileDescriptor lock(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (lock.get() >= 0 && ::flock(lock.get(), LOCK_EX) != 0) lock.set(-1);
+    for (int attempt = 0; lock.get() >= 0 && ::flock(lock.get(), LOCK_EX | LOCK_NB) != 0;) {
+        if (++attempt == kLockAttempts) lock.set(-1);
+        ::usleep(kPause);
+        errno = EWOULDBLOCK;
+    }
     return lock;
 }
 
-// A process that was just killed may still take connections that it will never answer: only who
-// speaks first, as a service does, lives.
-bool somebodyLivesAt(const std::string& path) {
-    const int fd = connectTo(path);
-    if (fd < 0) return errno != ECONNREFUSED && errno != ENOENT;
+// EEXIST when a service lives at `path`, 0 when none does, or why that cannot be told. A process
+// that was just killed may still take connections that it will never answer, so only who speaks
+// first, as a service does, lives; or who does not get round to it within a second.
+int occupationOf(const std::string& path) {
     const timeval patience = {1, 0};
-    ::setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof(patience));
-    const ndk::ScopedFileDescriptor connection(fd);
+    const ndk::ScopedFileDescriptor connection(connectTo(path, &patience));
+    if (connection.get() < 0) {
+        if (errno == EAGAIN) return EEXIST;
+        return errno == ECONNREFUSED || errno == ENOENT ? 0 : errno;
+    }
+    ::setsockopt(connection.get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof(patience));
     char first;
-    return ::recv(fd, &first, 1, 0) > 0 || errno == EAGAIN;
+    const ssize_t spoken = ::recv(connection.get(), &first, 1, 0);
+    return spoken > 0 || (spoken < 0 && errno == EAGAIN) ? EEXIST : 0;
 }
 
-pid_t processOf(int fd) {
+ucred peerOf(int fd) {
     ucred peer = {};
     socklen_t size = sizeof(peer);
-    return ::getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 ? peer.pid : 0;
+    static_cast<void>(::getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &peer, &size));
+    return peer;
 }
 
 }  // namespace
@@ -77,11 +93,14 @@ Endpoint* Endpoint::open(const std::string& path, const ndk::SpAIBinder& binder,
 int Endpoint::listen() {
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
-    if (mPath.size() >= sizeof(address.sun_path)) return ENAMETOOLONG;
-    mPath.copy(address.sun_path, sizeof(address.sun_path) - 1);
     const ndk::ScopedFileDescriptor lock = lockFolderOf(mPath);
     if (lock.get() < 0) return errno;
-    if (::access(mPath.c_str(), F_OK) == 0 && somebodyLivesAt(mPath)) return EEXIST;
+    // By way of the folder's descriptor: the folder's own path may be too long for an address.
+    const std::string path =
+            "/proc/self/fd/" + std::to_string(lock.get()) + "/" + fileNameOf(mPath);
+    if (path.size() >= sizeof(address.sun_path)) return ENAMETOOLONG;
+    path.copy(address.sun_path, sizeof(address.sun_path) - 1);
+    if (const int occupation = occupationOf(mPath)) return occupation;
     ::unlink(mPath.c_str());
     mListener.set(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     struct stat status = {};
@@ -117,31 +136,40 @@ void Endpoint::admitCallers() {
         const int fd = ::accept4(mListener.get(), nullptr, nullptr, SOCK_CLOEXEC);
         if (fd >= 0) {
             admit(fd);
-        } else if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
-            ::usleep(kPauseWithoutDescriptors);  // until callers that leave free some
+        } else if (isClosing()) {
+            return;
         } else if (errno != EINTR && errno != ECONNABORTED) {
-            return;  // close() ended it
+            ::usleep(kPause);  // descriptors or memory lack, until callers that leave free some
         }
     }
 }
 
-bool Endpoint::mayCome(pid_t pid) const {
-    const auto ofProcess = std::count_if(mCallers.begin(), mCallers.end(),
-                                         [&](const Caller& caller) { return caller.pid == pid; });
-    return !mClosing && mCallers.size() < kMaxCallers &&
-           static_cast<size_t>(ofProcess) < kMaxCallersOfAProcess;
+bool Endpoint::isClosing() const {
+    const std::lock_guard<std::mutex> lock(mMutex);
+    return mClosing;
+}
+
+bool Endpoint::mayCome(const ucred& peer) const {
+    size_t ofProcess = 0;
+    size_t ofUser = 0;
+    for (const Caller& caller : mCallers) {
+        if (caller.peer.pid == peer.pid) ++ofProcess;
+        if (caller.peer.uid == peer.uid) ++ofUser;
+    }
+    return !mClosing && mCallers.size() < kMaxCallers && ofProcess < kMaxCallersOfAProcess &&
+           ofUser < kMaxCallersOfAUser;
 }
 
 void Endpoint::admit(int fd) {
-    const pid_t pid = processOf(fd);
+    const ucred peer = peerOf(fd);
     ::setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &kReplyTime, sizeof(kReplyTime));
     std::unique_lock<std::mutex> lock(mMutex);
-    if (!mayCome(pid)) {
+    if (!mayCome(peer)) {
         lock.unlock();
         Connection(fd).send(STATUS_WOULD_BLOCK, nullptr);
         return;
     }
-    mCallers.push_front({this, fd, pid});
+    mCallers.push_front({this, fd, peer});
     Caller* const caller = &mCallers.front();
     lock.unlock();
     if (startThread(runCaller, caller)) return;
@@ -179,10 +207,11 @@ void Endpoint::serve(Connection* connection) const {
 }
 
 binder_status_t Endpoint::answer(Connection* connection, AParcel* reply) const {
-    const CallPermit permit;
-    if (!permit.granted()) return STATUS_DEAD_OBJECT;
+    // Outlives the permit: the last close of a descriptor can take as long as its sender likes.
     AParcel request(connection->payload(), connection->payloadSize());
     request.fds = connection->takeDescriptors();
+    const CallPermit permit;
+    if (!permit.granted()) return STATUS_DEAD_OBJECT;
     return mBinder.get()->transact(static_cast<transaction_code_t>(connection->word()), request,
                                    reply);
 }
@@ -190,9 +219,9 @@ binder_status_t Endpoint::answer(Connection* connection, AParcel* reply) const {
 void Endpoint::close() {
     removeSocket();
     refuseFurtherCalls();
-    ::shutdown(mListener.get(), SHUT_RDWR);
     std::unique_lock<std::mutex> lock(mMutex);
     mClosing = true;
+    ::shutdown(mListener.get(), SHUT_RDWR);
     for (const Caller& caller : mCallers) ::shutdown(caller.fd, SHUT_RD);
     mForgotten.wait_for(lock, kClosingTime, [&] { return mCallers.empty(); });
 }

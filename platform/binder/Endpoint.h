@@ -1,7 +1,7 @@
 #pragma once
 
 #include <android/binder_auto_utils.h>
-#include <sys/types.h>
+#include <sys/socket.h>
 
 #include <condition_variable>
 #include <list>
@@ -35,7 +35,7 @@ class Endpoint {
     struct Caller {
         Endpoint* endpoint;
         int fd;
-        pid_t pid;
+        ucred peer;
     };
 
     Endpoint(std::string path, ndk::SpAIBinder binder);
@@ -44,7 +44,8 @@ class Endpoint {
     bool startThread(void* (*function)(void*), void* argument) const;
     void admitCallers();
     void admit(int fd);
-    bool mayCome(pid_t pid) const;
+    bool isClosing() const;
+    bool mayCome(const ucred& peer) const;
     void serve(Connection* connection) const;
     binder_status_t answer(Connection* connection, AParcel* reply) const;
     void forget(const Caller* caller);

@@ -235,6 +235,7 @@ binder_status_t AParcel_readParcelFileDescriptor(const AParcel* parcel, int* fd)
     if (status != STATUS_OK) return status;
     const bool refersToOne = object.type == kDescriptorType && object.index < parcel->fds.size();
     if (!refersToOne || hasStatusPipe != 0) return STATUS_BAD_TYPE;
+    if (!parcel->countRead()) return STATUS_BAD_VALUE;
     const int copy = ::fcntl(parcel->fds[object.index].get(), F_DUPFD_CLOEXEC, 0);
     if (copy < 0) return STATUS_BAD_VALUE;
     *fd = copy;

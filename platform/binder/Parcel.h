@@ -7,6 +7,15 @@
 #include <cstdint>
 #include <vector>
 
+namespace standin {
+
+// The most bytes that the parcel of a request or a reply may hold, and the most descriptors that
+// may travel beside it.
+constexpr size_t kMaxParcelSize = 1024 * 1024 - 8 * 1024;
+constexpr size_t kMaxDescriptors = 32;
+
+}  // namespace standin
+
 // A parcel is a run of bytes with a position, and the descriptors that travel beside it. The bytes
 // are its own, or borrowed from a connection's buffer for the length of one call.
 struct AParcel {
@@ -49,6 +58,9 @@ struct AParcel {
     // Makes a copy of these bytes the content; false without memory.
     bool assign(const uint8_t* data, size_t size);
 
+    // Counts a descriptor that is read; false when more are read than may travel.
+    bool countRead() const { return ++mRead <= standin::kMaxDescriptors; }
+
     // The descriptors that objects in the bytes refer to by index.
     std::vector<ndk::ScopedFileDescriptor> fds;
 
@@ -59,6 +71,7 @@ struct AParcel {
     size_t mSize = 0;
     size_t mCapacity = 0;  // 0: the bytes are borrowed, or there are none
     mutable size_t mPosition = 0;
+    mutable size_t mRead = 0;  // descriptors, however often the same one
 };
 
 namespace standin {

@@ -94,13 +94,16 @@ binder_status_t Proxy::transact(transaction_code_t code, const AParcel& in, APar
     if (!fits(in)) return STATUS_FAILED_TRANSACTION;
     ConnectionPtr connection = borrow();
     if (connection == nullptr) return whyNotConnected();
-    const bool answered =
-            connection->send(static_cast<int32_t>(code), &in) && connection->receive();
-    const binder_status_t status = answered ? takeReply(connection.get(), out) : STATUS_OK;
+    if (connection->send(static_cast<int32_t>(code), &in) && connection->receive()) {
+        const binder_status_t status = takeReply(connection.get(), out);
+        giveBack(std::move(connection));
+        return status;
+    }
     // The connection is lost. Whether the service is, a new one tells.
-    if (!answered) connection = connectToSameLife();
+    connection = connectToSameLife();
+    const bool lives = connection != nullptr;
     giveBack(std::move(connection));
-    return answered ? status : whyNotConnected();
+    return lives ? STATUS_FAILED_TRANSACTION : whyNotConnected();
 }
 
 binder_status_t Proxy::linkToDeath(AIBinder_DeathRecipient* recipient, void* cookie) {

@@ -35,8 +35,9 @@ class Proxy final : public AIBinder {
 
     Reached connect(ConnectionPtr* connection, int64_t* life) const;
     ConnectionPtr connectToSameLife();
+    // What connectToSameLife() failed for.
     binder_status_t whyNotConnected() const {
-        return isAlive() ? STATUS_FAILED_TRANSACTION : STATUS_DEAD_OBJECT;
+        return isAlive() ? STATUS_WOULD_BLOCK : STATUS_DEAD_OBJECT;
     }
     ConnectionPtr borrow();
     void giveBack(ConnectionPtr connection);

@@ -20,7 +20,7 @@ namespace standin {
 namespace {
 
 constexpr char kLogTag[] = "ServiceManager";
-constexpr size_t kMaxNameLength = 127;
+constexpr size_t kMaxNameLength = 88;  // which a socket's address has room for
 constexpr useconds_t kLookAgain = 20 * 1000;
 
 const std::string& socketFolder() {
@@ -56,7 +56,14 @@ std::string endpointOf(const char* instance) {
 struct Services {
     std::mutex mutex;
     std::map<std::string, Endpoint*> byName;
-    pid_t process = ::getpid();
+    pid_t process = 0;  // that registered them: a forked child inherits the list, not the services
+
+    // To be called with the mutex held.
+    void forgetInherited() {
+        if (process == ::getpid()) return;
+        process = ::getpid();
+        byName.clear();
+    }
 };
 
 Services& services() {
@@ -64,10 +71,9 @@ Services& services() {
     return one;
 }
 
-// A forked child inherits the list, but not the services.
 void closeAllEndpoints() {
-    if (services().process != ::getpid()) return;
     std::lock_guard<std::mutex> lock(services().mutex);
+    services().forgetInherited();
     for (const auto& [name, endpoint] : services().byName) endpoint->close();
 }
 
@@ -103,6 +109,7 @@ binder_exception_t AServiceManager_addService(AIBinder* binder, const char* inst
     }
     standin::Services& services = standin::services();
     std::lock_guard<std::mutex> lock(services.mutex);
+    services.forgetInherited();
     if (services.byName.count(instance) != 0) return EX_ILLEGAL_STATE;
     binder->incStrong();
     int error = 0;
@@ -118,6 +125,7 @@ AIBinder* AServiceManager_checkService(const char* instance) {
     if (!standin::isName(instance)) return nullptr;
     {
         std::lock_guard<std::mutex> lock(standin::services().mutex);
+        standin::services().forgetInherited();
         const auto local = standin::services().byName.find(instance);
         if (local != standin::services().byName.end()) {
             AIBinder* binder = local->second->binder().get();

@@ -25,6 +25,7 @@ AStatus* okStatus() {
 AStatus* newStatus(binder_exception_t exception, const char* message) {
     auto* status = new AStatus;
     status->exception = exception;
+    if (exception == EX_TRANSACTION_FAILED) status->status = STATUS_FAILED_TRANSACTION;
     status->message = message == nullptr ? "" : message;
     return status;
 }

@@ -1,121 +1,17 @@
 #include <android/binder_manager.h>
 #include <android/binder_parcel_utils.h>
 #include <android/binder_process.h>
-#include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/mman.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <atomic>
-#include <chrono>
 #include <future>
-#include <string>
-#include <thread>
-#include <vector>
 
-#include "ChildProcess.h"
-#include "Files.h"
-#include "platform/binder/Connection.h"
+#include "EchoService.h"
 
 namespace {
 
-using namespace std::chrono_literals;
-using support::ChildProcess;
-
-constexpr char kName[] = "test.IEcho/default";
-constexpr char kSocket[] = "/dev/socket/binder/test.IEcho:default";
-
-// --- A service that echoes text, reads what a descriptor leads to, sleeps, and fills replies.
-
-enum Code : transaction_code_t { kEcho = 1, kReadFile, kSleep, kFill };
-
-binder_status_t readFile(const AParcel* in, AParcel* out) {
-    ndk::ScopedFileDescriptor file;
-    const binder_status_t status = ndk::AParcel_readData(in, &file);
-    if (status != STATUS_OK) return status;
-    char content[64];
-    const ssize_t size = ::pread(file.get(), content, sizeof(content), 0);
-    return AParcel_writeString(out, content, static_cast<int32_t>(size));
-}
-
-binder_status_t onTransact(AIBinder*, transaction_code_t code, const AParcel* in, AParcel* out) {
-    std::string text;
-    int32_t number = 0;
-    if (code == kReadFile) return readFile(in, out);
-    if (code == kEcho) {
-        const binder_status_t status = ndk::AParcel_readData(in, &text);
-        return status == STATUS_OK ? ndk::AParcel_writeData(out, text) : status;
-    }
-    if (AParcel_readInt32(in, &number) != STATUS_OK) return STATUS_NOT_ENOUGH_DATA;
-    if (code == kSleep) std::this_thread::sleep_for(std::chrono::milliseconds(number));
-    if (code == kFill) {
-        return ndk::AParcel_writeVector(out, std::vector<uint8_t>(static_cast<size_t>(number)));
-    }
-    return code == kSleep ? STATUS_OK : STATUS_UNKNOWN_TRANSACTION;
-}
-
-const AIBinder_Class* echoClass() {
-    static const AIBinder_Class* clazz = AIBinder_Class_define(
-            "test.IEcho", [](void* args) { return args; }, [](void*) {}, onTransact);
-    return clazz;
-}
-
-int serve(uint32_t moreThreads) {
-    const ndk::SpAIBinder binder(AIBinder_new(echoClass(), nullptr));
-    if (AServiceManager_addService(binder.get(), kName) != EX_NONE) return 1;
-    ABinderProcess_setThreadPoolMaxThreadCount(moreThreads);
-    ABinderProcess_startThreadPool();
-    for (;;) ::pause();
-}
-
-class BinderCall : public testing::Test {
-  protected:
-    explicit BinderCall(uint32_t moreThreads = 3)
-        : mService(std::make_unique<ChildProcess>([=] { return serve(moreThreads); })),
-          mBinder(find()) {}
-
-    static ndk::SpAIBinder find() {
-        ndk::SpAIBinder binder(AServiceManager_waitForService(kName));
-        EXPECT_TRUE(AIBinder_associateClass(binder.get(), echoClass()));
-        return binder;
-    }
-
-    template <class... Args>
-    binder_status_t call(Code code, ndk::ScopedAParcel* out, const Args&... args) {
-        ndk::ScopedAParcel in;
-        binder_status_t status = AIBinder_prepareTransaction(mBinder.get(), in.getR());
-        ((status = status == STATUS_OK ? ndk::AParcel_writeData(in.get(), args) : status), ...);
-        if (status != STATUS_OK) return status;
-        return AIBinder_transact(mBinder.get(), code, in.getR(), out->getR(), 0);
-    }
-
-    binder_status_t echo(const std::string& text) {
-        ndk::ScopedAParcel out;
-        std::string answer;
-        binder_status_t status = call(kEcho, &out, text);
-        if (status == STATUS_OK) status = ndk::AParcel_readData(out.get(), &answer);
-        EXPECT_EQ(answer, status == STATUS_OK ? text : "");
-        return status;
-    }
-
-    binder_status_t sleepFor(std::chrono::milliseconds time) {
-        ndk::ScopedAParcel out;
-        return call(kSleep, &out, static_cast<int32_t>(time.count()));
-    }
-
-    // Whether the service's descriptors come down to `count` within a while.
-    bool descriptorsSettleAt(size_t count) {
-        for (int i = 0; i < 500; ++i) {
-            if (support::openDescriptors(mService->pid()) == count) return true;
-            std::this_thread::sleep_for(10ms);
-        }
-        return false;
-    }
-
-    std::unique_ptr<ChildProcess> mService;
-    ndk::SpAIBinder mBinder;
-};
+using namespace echo_service;
 
 TEST_F(BinderCall, ReachesAnotherProcessWithTextAndDescriptors) {
     EXPECT_TRUE(AIBinder_isRemote(mBinder.get()));
@@ -175,11 +71,6 @@ TEST_F(BinderCall, ServesManyCallersAtOnce) {
     EXPECT_EQ(done, 40 * 50);
 }
 
-class BinderCallWithOneThread : public BinderCall {
-  protected:
-    BinderCallWithOneThread() : BinderCall(0) {}
-};
-
 TEST_F(BinderCallWithOneThread, TakesOneCallAtATime) {
     const auto begin = std::chrono::steady_clock::now();
     std::vector<std::future<binder_status_t>> calls;
@@ -188,123 +79,6 @@ TEST_F(BinderCallWithOneThread, TakesOneCallAtATime) {
     }
     for (auto& each : calls) EXPECT_EQ(each.get(), STATUS_OK);
     EXPECT_GE(std::chrono::steady_clock::now() - begin, 300ms);
-}
-
-// --- Peers that break the rules. None of them may hold the one thread that answers calls.
-
-int rawConnection() {
-    const int fd = standin::connectTo(kSocket);
-    EXPECT_GE(fd, 0);
-    char hello[24];
-    EXPECT_EQ(::recv(fd, hello, sizeof(hello), MSG_WAITALL), 24);
-    return fd;
-}
-
-bool isClosed(int fd) {
-    const timeval patience = {8, 0};
-    ::setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof(patience));
-    char byte;
-    const ssize_t received = ::recv(fd, &byte, 1, 0);
-    return received == 0 || (received < 0 && errno == ECONNRESET);
-}
-
-TEST_F(BinderCallWithOneThread, DropsPeersThatSendNonsense) {
-    const size_t before = support::openDescriptors(mService->pid());
-    const uint32_t magic = 0x52444e42;
-    const uint32_t tooLarge[4] = {magic, 1024 * 1024, 1, 0};
-    const uint32_t missingDescriptor[4] = {magic, 0, kReadFile, 1};
-    const uint32_t twoFrames[8] = {magic, 0, 0x5f504e47, 0, magic, 0, 0x5f504e47, 0};
-    const std::string garbage(5000, '\xff');
-    const std::pair<const void*, size_t> attempts[] = {
-            {garbage.data(), garbage.size()},
-            {tooLarge, sizeof(tooLarge)},
-            {missingDescriptor, sizeof(missingDescriptor)},
-            {twoFrames, sizeof(twoFrames)}};
-    for (const auto& [bytes, size] : attempts) {
-        const ndk::ScopedFileDescriptor peer(rawConnection());
-        ASSERT_EQ(::send(peer.get(), bytes, size, MSG_NOSIGNAL), static_cast<ssize_t>(size));
-        EXPECT_TRUE(isClosed(peer.get()));
-        EXPECT_EQ(echo("unharmed"), STATUS_OK);
-    }
-    EXPECT_TRUE(descriptorsSettleAt(before));
-}
-
-// Sends `count` descriptors beside the bytes.
-void sendDescriptors(int socket, const void* bytes, size_t size, size_t count) {
-    std::vector<char> control(CMSG_SPACE(count * sizeof(int)));
-    iovec piece = {const_cast<void*>(bytes), size};
-    msghdr message = {};
-    message.msg_iov = &piece;
-    message.msg_iovlen = 1;
-    message.msg_control = control.data();
-    message.msg_controllen = control.size();
-    cmsghdr* header = CMSG_FIRSTHDR(&message);
-    header->cmsg_level = SOL_SOCKET;
-    header->cmsg_type = SCM_RIGHTS;
-    header->cmsg_len = CMSG_LEN(count * sizeof(int));
-    for (size_t i = 0; i < count; ++i) reinterpret_cast<int*>(CMSG_DATA(header))[i] = 0;
-    EXPECT_EQ(::sendmsg(socket, &message, MSG_NOSIGNAL), static_cast<ssize_t>(size));
-}
-
-TEST_F(BinderCallWithOneThread, DropsPeersThatSendTooManyDescriptors) {
-    const size_t before = support::openDescriptors(mService->pid());
-    const uint32_t ping[4] = {0x52444e42, 0, 0x5f504e47, 0};
-    for (const size_t count : {1U, 100U, 250U}) {
-        const ndk::ScopedFileDescriptor peer(rawConnection());
-        sendDescriptors(peer.get(), ping, sizeof(ping), count);
-        EXPECT_TRUE(isClosed(peer.get())) << count;
-    }
-    // Spread over the bytes of one frame.
-    const ndk::ScopedFileDescriptor peer(rawConnection());
-    for (size_t i = 0; i < 4; ++i) sendDescriptors(peer.get(), &ping[i], sizeof(ping[i]), 20);
-    EXPECT_TRUE(isClosed(peer.get()));
-    const bool emulated = std::string(EMULATOR).find("qemu") != std::string::npos;
-    EXPECT_TRUE(emulated || descriptorsSettleAt(before));  // qemu keeps what it cuts off
-    EXPECT_EQ(echo("unharmed"), STATUS_OK);
-}
-
-TEST_F(BinderCallWithOneThread, DropsPeersThatSendHalfAFrameAndWait) {
-    const ndk::ScopedFileDescriptor peer(rawConnection());
-    const uint32_t half[4] = {0x52444e42, 1000, kEcho, 0};
-    ASSERT_EQ(::send(peer.get(), half, sizeof(half), MSG_NOSIGNAL), 16);
-    EXPECT_EQ(echo("meanwhile"), STATUS_OK);
-    EXPECT_TRUE(isClosed(peer.get()));
-}
-
-TEST_F(BinderCallWithOneThread, IsNotHeldUpByPeersThatDieOrNeverRead) {
-    for (int i = 0; i < 20; ++i) {
-        const ndk::ScopedFileDescriptor dying(rawConnection());
-        standin::Connection connection(::dup(dying.get()));
-        AParcel request;
-        standin::writeInterfaceToken(&request, "test.IEcho");
-        AParcel_writeInt32(&request, 900 * 1024);  // a reply that the socket cannot take at once
-        ASSERT_TRUE(connection.send(kFill, &request));
-        if (i % 2 == 0) ::shutdown(dying.get(), SHUT_RD);
-    }
-    const ndk::ScopedFileDescriptor silent(rawConnection());
-    standin::Connection connection(::dup(silent.get()));
-    AParcel request;
-    standin::writeInterfaceToken(&request, "test.IEcho");
-    AParcel_writeInt32(&request, 900 * 1024);
-    ASSERT_TRUE(connection.send(kFill, &request));
-    const auto begin = std::chrono::steady_clock::now();
-    EXPECT_EQ(echo("unharmed"), STATUS_OK);
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, 3s);
-}
-
-TEST_F(BinderCall, TurnsAwayAProcessWithTooManyConnectionsOnly) {
-    std::vector<ndk::ScopedFileDescriptor> greedy;
-    ChildProcess other([] {
-        std::vector<int> all;
-        for (int i = 0; i < 300; ++i) all.push_back(standin::connectTo(kSocket));
-        std::this_thread::sleep_for(1s);
-        char hello[24];
-        int admitted = 0;
-        for (const int fd : all) admitted += ::recv(fd, hello, sizeof(hello), MSG_WAITALL) == 24;
-        return admitted == 256 ? 0 : 1;
-    });
-    EXPECT_EQ(echo("not that process"), STATUS_OK);
-    EXPECT_EQ(other.wait(), 0);
 }
 
 // --- Death.
@@ -406,6 +180,19 @@ TEST(BinderNames, AreFoundByTheirInterface) {
     const ndk::SpAIBinder local(AServiceManager_checkService("test.IEcho/a"));
     EXPECT_EQ(local, binder);
     EXPECT_FALSE(AIBinder_isRemote(local.get()));
+}
+
+// A daemon looks around, forks, and serves in the child.
+TEST(BinderNames, AreGivenBackByTheProcessThatRegisteredThem) {
+    EXPECT_EQ(AServiceManager_checkService(kName), nullptr);
+    ChildProcess daemon([] {
+        const ndk::SpAIBinder binder(AIBinder_new(echoClass(), nullptr));
+        if (AServiceManager_addService(binder.get(), kName) != EX_NONE) return 1;
+        if (!support::exists(kSocket)) return 2;
+        ::exit(0);
+    });
+    EXPECT_EQ(daemon.wait(), 0);
+    EXPECT_FALSE(support::exists(kSocket));
 }
 
 }  // namespace

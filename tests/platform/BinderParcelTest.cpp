@@ -135,6 +135,18 @@ TEST(BinderParcel, RefusesADescriptorThatDidNotTravelAlong) {
     EXPECT_EQ(ndk::AParcel_readData(&parcel, &read), STATUS_BAD_TYPE);
 }
 
+TEST(BinderParcel, ReadsNoMoreDescriptorsThanMayTravel) {
+    AParcel parcel;
+    const ndk::ScopedFileDescriptor file(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+    ndk::AParcel_writeData(&parcel, file);
+    for (size_t i = 0; i <= standin::kMaxDescriptors; ++i) {  // one that travelled, again and again
+        parcel.setPosition(0);
+        ndk::ScopedFileDescriptor read;
+        const bool allowed = i < standin::kMaxDescriptors;
+        EXPECT_EQ(ndk::AParcel_readData(&parcel, &read), allowed ? STATUS_OK : STATUS_BAD_VALUE);
+    }
+}
+
 TEST(BinderStatus, TravelsWithItsExceptionAndMessage) {
     for (const auto& sent :
          {ndk::ScopedAStatus::ok(), ndk::ScopedAStatus::fromServiceSpecificError(7),

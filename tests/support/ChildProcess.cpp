@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 
 namespace support {
@@ -28,6 +29,7 @@ void ChildProcess::endWith(int signal) {
 int ChildProcess::wait() {
     int status = 0;
     while (::waitpid(mPid, &status, 0) < 0) {
+        if (errno != EINTR) std::abort();
     }
     mEnded = true;
     return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);

@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -48,6 +49,7 @@ HostProcess::HostProcess(const std::vector<std::string>& options)
     : mErrors(::memfd_create("errors", MFD_CLOEXEC)) {
     const std::vector<std::string> command = commandLine(options);
     mPid = ::fork();
+    if (mPid < 0) std::abort();
     if (mPid == 0) run(command, mErrors);
 }
 
@@ -78,6 +80,7 @@ void HostProcess::kill() {
 int HostProcess::wait() {
     int status = 0;
     while (::waitpid(mPid, &status, 0) < 0) {
+        if (errno != EINTR) std::abort();
     }
     mPid = 0;
     return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);

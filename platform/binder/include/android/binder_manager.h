@@ -2,7 +2,7 @@
 
 #include <android/binder_ibinder.h>
 
-// Finding services by instance name: 1 to 127 characters of letters, digits, '_', '-', '.' and '/'.
+// Finding services by instance name: 1 to 88 characters of letters, digits, '_', '-', '.' and '/'.
 //
 // Services of other processes are found under /dev/socket/binder, one unix socket each. The
 // environment variable ANDROID_DEVICE_TREE, read once, names a folder to look under instead of the
@@ -10,14 +10,13 @@
 
 extern "C" {
 
-using binder_manager_status_t = binder_exception_t;
-
 // Registers a local binder, which is then kept alive and can be called from other processes.
 // EX_NONE, or: EX_ILLEGAL_ARGUMENT for a bad name or binder, EX_ILLEGAL_STATE when a living service
-// has the name or the endpoint cannot be made (the reason is logged). The endpoint is removed when
-// the process exits; one left behind by a killed process is replaced.
+// has the name, EX_TRANSACTION_FAILED when the endpoint cannot be made (the reason is logged). The
+// endpoint is removed when the process exits; one left behind by a killed process is replaced.
 binder_exception_t AServiceManager_addService(AIBinder* binder, const char* instance);
-// A new strong reference, or null when there is no such service now.
+// A new strong reference, or null when there is no such service now, or it admits nobody
+// else.
 AIBinder* AServiceManager_checkService(const char* instance);
 // Waits until the service is there, for as long as it takes. Null only for a bad name.
 AIBinder* AServiceManager_waitForService(const char* instance);

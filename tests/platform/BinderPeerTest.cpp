@@ -1,0 +1,160 @@
+// Peers that break the rules. None of them may hold the one thread that answers calls.
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+#include "EchoService.h"
+#include "platform/binder/Connection.h"
+
+namespace {
+
+using namespace echo_service;
+
+int rawConnection() {
+    const int fd = standin::connectTo(kSocket);
+    EXPECT_GE(fd, 0);
+    char hello[24];
+    EXPECT_EQ(::recv(fd, hello, sizeof(hello), MSG_WAITALL), 24);
+    return fd;
+}
+
+bool isClosed(int fd) {
+    const timeval patience = {8, 0};
+    ::setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof(patience));
+    char byte;
+    const ssize_t received = ::recv(fd, &byte, 1, 0);
+    return received == 0 || (received < 0 && errno == ECONNRESET);
+}
+
+TEST_F(BinderCallWithOneThread, DropsPeersThatSendNonsense) {
+    const size_t before = support::openDescriptors(mService->pid());
+    const uint32_t magic = 0x52444e42;
+    const uint32_t tooLarge[4] = {magic, 1024 * 1024, 1, 0};
+    const uint32_t missingDescriptor[4] = {magic, 0, kReadFile, 1};
+    const uint32_t twoFrames[8] = {magic, 0, 0x5f504e47, 0, magic, 0, 0x5f504e47, 0};
+    const std::string garbage(5000, '\xff');
+    const std::pair<const void*, size_t> attempts[] = {
+            {garbage.data(), garbage.size()},
+            {tooLarge, sizeof(tooLarge)},
+            {missingDescriptor, sizeof(missingDescriptor)},
+            {twoFrames, sizeof(twoFrames)}};
+    for (const auto& [bytes, size] : attempts) {
+        const ndk::ScopedFileDescriptor peer(rawConnection());
+        ASSERT_EQ(::send(peer.get(), bytes, size, MSG_NOSIGNAL), static_cast<ssize_t>(size));
+        EXPECT_TRUE(isClosed(peer.get()));
+        EXPECT_EQ(echo("unharmed"), STATUS_OK);
+    }
+    EXPECT_TRUE(descriptorsSettleAt(before));
+}
+
+// Sends `count` descriptors beside the bytes.
+void sendDescriptors(int socket, const void* bytes, size_t size, size_t count, int fd = 0) {
+    std::vector<char> control(CMSG_SPACE(count * sizeof(int)));
+    iovec piece = {const_cast<void*>(bytes), size};
+    msghdr message = {};
+    message.msg_iov = &piece;
+    message.msg_iovlen = 1;
+    message.msg_control = control.data();
+    message.msg_controllen = control.size();
+    cmsghdr* header = CMSG_FIRSTHDR(&message);
+    header->cmsg_level = SOL_SOCKET;
+    header->cmsg_type = SCM_RIGHTS;
+    header->cmsg_len = CMSG_LEN(count * sizeof(int));
+    for (size_t i = 0; i < count; ++i) reinterpret_cast<int*>(CMSG_DATA(header))[i] = fd;
+    EXPECT_EQ(::sendmsg(socket, &message, MSG_NOSIGNAL), static_cast<ssize_t>(size));
+}
+
+TEST_F(BinderCallWithOneThread, DropsPeersThatSendTooManyDescriptors) {
+    const size_t before = support::openDescriptors(mService->pid());
+    const uint32_t ping[4] = {0x52444e42, 0, 0x5f504e47, 0};
+    for (const size_t count : {1U, 100U, 250U}) {
+        const ndk::ScopedFileDescriptor peer(rawConnection());
+        sendDescriptors(peer.get(), ping, sizeof(ping), count);
+        EXPECT_TRUE(isClosed(peer.get())) << count;
+    }
+    // Spread over the bytes of one frame.
+    const ndk::ScopedFileDescriptor peer(rawConnection());
+    for (size_t i = 0; i < 4; ++i) sendDescriptors(peer.get(), &ping[i], sizeof(ping[i]), 20);
+    EXPECT_TRUE(isClosed(peer.get()));
+    const bool emulated = std::string(EMULATOR).find("qemu") != std::string::npos;
+    EXPECT_TRUE(emulated || descriptorsSettleAt(before));  // qemu keeps what it cuts off
+    EXPECT_EQ(echo("unharmed"), STATUS_OK);
+}
+
+TEST_F(BinderCallWithOneThread, DropsPeersThatSendHalfAFrameAndWait) {
+    const ndk::ScopedFileDescriptor peer(rawConnection());
+    const uint32_t half[4] = {0x52444e42, 1000, kEcho, 0};
+    ASSERT_EQ(::send(peer.get(), half, sizeof(half), MSG_NOSIGNAL), 16);
+    EXPECT_EQ(echo("meanwhile"), STATUS_OK);
+    EXPECT_TRUE(isClosed(peer.get()));
+}
+
+TEST_F(BinderCallWithOneThread, IsNotHeldUpByPeersThatDieOrNeverRead) {
+    for (int i = 0; i < 20; ++i) {
+        const ndk::ScopedFileDescriptor dying(rawConnection());
+        standin::Connection connection(::dup(dying.get()));
+        AParcel request;
+        standin::writeInterfaceToken(&request, "test.IEcho");
+        AParcel_writeInt32(&request, 900 * 1024);  // a reply that the socket cannot take at once
+        ASSERT_TRUE(connection.send(kFill, &request));
+        if (i % 2 == 0) ::shutdown(dying.get(), SHUT_RD);
+    }
+    const ndk::ScopedFileDescriptor silent(rawConnection());
+    standin::Connection connection(::dup(silent.get()));
+    AParcel request;
+    standin::writeInterfaceToken(&request, "test.IEcho");
+    AParcel_writeInt32(&request, 900 * 1024);
+    ASSERT_TRUE(connection.send(kFill, &request));
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(echo("unharmed"), STATUS_OK);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 3s);
+}
+
+TEST_F(BinderCall, TurnsAwayAProcessWithTooManyConnectionsOnly) {
+    ChildProcess other([] {
+        std::vector<int> all;
+        for (int i = 0; i < 300; ++i) all.push_back(standin::connectTo(kSocket));
+        std::this_thread::sleep_for(1s);
+        char hello[24];
+        int admitted = 0;
+        for (const int fd : all) admitted += ::recv(fd, hello, sizeof(hello), MSG_WAITALL) == 24;
+        return admitted == 256 ? 0 : 1;
+    });
+    EXPECT_EQ(echo("not that process"), STATUS_OK);
+    EXPECT_EQ(other.wait(), 0);
+}
+
+// A connection that its last close waits for: nobody takes the bytes that are under way.
+ndk::ScopedFileDescriptor lingeringSocket() {
+    const ndk::ScopedFileDescriptor listener(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    auto* const plain = reinterpret_cast<sockaddr*>(&address);
+    socklen_t size = sizeof(address);
+    EXPECT_EQ(::bind(listener.get(), plain, size), 0);
+    EXPECT_EQ(::listen(listener.get(), 1), 0);
+    EXPECT_EQ(::getsockname(listener.get(), plain, &size), 0);
+    ndk::ScopedFileDescriptor client(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    EXPECT_EQ(::connect(client.get(), plain, size), 0);
+    static const ndk::ScopedFileDescriptor silent(::accept(listener.get(), nullptr, nullptr));
+    const linger patience = {1, 6};
+    ::setsockopt(client.get(), SOL_SOCKET, SO_LINGER, &patience, sizeof(patience));
+    const std::string some(64 * 1024, 'x');
+    while (::send(client.get(), some.data(), some.size(), MSG_DONTWAIT) > 0) {
+    }
+    return client;
+}
+
+TEST_F(BinderCallWithOneThread, IsNotHeldUpByClosingWhatAPeerSent) {
+    ndk::ScopedFileDescriptor lingering = lingeringSocket();
+    const ndk::ScopedFileDescriptor peer(rawConnection());
+    const uint32_t ping[4] = {0x52444e42, 0, 0x5f504e47, 1};
+    sendDescriptors(peer.get(), ping, sizeof(ping), 1, lingering.get());
+    lingering.set(-1);
+    std::this_thread::sleep_for(100ms);
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(echo("unharmed"), STATUS_OK);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 3s);
+}
+
+}  // namespace

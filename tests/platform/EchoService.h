@@ -1,0 +1,124 @@
+// A service for the tests of calls between processes, and a client of it.
+#pragma once
+
+#include <android/binder_manager.h>
+#include <android/binder_parcel_utils.h>
+#include <android/binder_process.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "ChildProcess.h"
+#include "Files.h"
+
+namespace echo_service {
+
+using namespace std::chrono_literals;
+using support::ChildProcess;
+
+constexpr char kName[] = "test.IEcho/default";
+constexpr char kSocket[] = "/dev/socket/binder/test.IEcho:default";
+
+// --- A service that echoes text, reads what a descriptor leads to, sleeps, and fills replies.
+
+enum Code : transaction_code_t { kEcho = 1, kReadFile, kSleep, kFill };
+
+inline binder_status_t readFile(const AParcel* in, AParcel* out) {
+    ndk::ScopedFileDescriptor file;
+    const binder_status_t status = ndk::AParcel_readData(in, &file);
+    if (status != STATUS_OK) return status;
+    char content[64];
+    const ssize_t size = ::pread(file.get(), content, sizeof(content), 0);
+    return AParcel_writeString(out, content, static_cast<int32_t>(size));
+}
+
+inline binder_status_t onTransact(AIBinder*, transaction_code_t code, const AParcel* in,
+                                  AParcel* out) {
+    std::string text;
+    int32_t number = 0;
+    if (code == kReadFile) return readFile(in, out);
+    if (code == kEcho) {
+        const binder_status_t status = ndk::AParcel_readData(in, &text);
+        return status == STATUS_OK ? ndk::AParcel_writeData(out, text) : status;
+    }
+    if (AParcel_readInt32(in, &number) != STATUS_OK) return STATUS_NOT_ENOUGH_DATA;
+    if (code == kSleep) std::this_thread::sleep_for(std::chrono::milliseconds(number));
+    if (code == kFill) {
+        return ndk::AParcel_writeVector(out, std::vector<uint8_t>(static_cast<size_t>(number)));
+    }
+    return code == kSleep ? STATUS_OK : STATUS_UNKNOWN_TRANSACTION;
+}
+
+inline const AIBinder_Class* echoClass() {
+    static const AIBinder_Class* clazz = AIBinder_Class_define(
+            "test.IEcho", [](void* args) { return args; }, [](void*) {}, onTransact);
+    return clazz;
+}
+
+inline int serve(uint32_t moreThreads) {
+    const ndk::SpAIBinder binder(AIBinder_new(echoClass(), nullptr));
+    if (AServiceManager_addService(binder.get(), kName) != EX_NONE) return 1;
+    ABinderProcess_setThreadPoolMaxThreadCount(moreThreads);
+    ABinderProcess_startThreadPool();
+    for (;;) ::pause();
+}
+
+class BinderCall : public testing::Test {
+  protected:
+    explicit BinderCall(uint32_t moreThreads = 3)
+        : mService(std::make_unique<ChildProcess>([=] { return serve(moreThreads); })),
+          mBinder(find()) {}
+
+    static ndk::SpAIBinder find() {
+        ndk::SpAIBinder binder(AServiceManager_waitForService(kName));
+        EXPECT_TRUE(AIBinder_associateClass(binder.get(), echoClass()));
+        return binder;
+    }
+
+    template <class... Args>
+    binder_status_t call(Code code, ndk::ScopedAParcel* out, const Args&... args) {
+        ndk::ScopedAParcel in;
+        binder_status_t status = AIBinder_prepareTransaction(mBinder.get(), in.getR());
+        ((status = status == STATUS_OK ? ndk::AParcel_writeData(in.get(), args) : status), ...);
+        if (status != STATUS_OK) return status;
+        return AIBinder_transact(mBinder.get(), code, in.getR(), out->getR(), 0);
+    }
+
+    binder_status_t echo(const std::string& text) {
+        ndk::ScopedAParcel out;
+        std::string answer;
+        binder_status_t status = call(kEcho, &out, text);
+        if (status == STATUS_OK) status = ndk::AParcel_readData(out.get(), &answer);
+        EXPECT_EQ(answer, status == STATUS_OK ? text : "");
+        return status;
+    }
+
+    binder_status_t sleepFor(std::chrono::milliseconds time) {
+        ndk::ScopedAParcel out;
+        return call(kSleep, &out, static_cast<int32_t>(time.count()));
+    }
+
+    // Whether the service's descriptors come down to `count` within a while.
+    bool descriptorsSettleAt(size_t count) {
+        for (int i = 0; i < 500; ++i) {
+            if (support::openDescriptors(mService->pid()) == count) return true;
+            std::this_thread::sleep_for(10ms);
+        }
+        return false;
+    }
+
+    std::unique_ptr<ChildProcess> mService;
+    ndk::SpAIBinder mBinder;
+};
+
+class BinderCallWithOneThread : public BinderCall {
+  protected:
+    BinderCallWithOneThread() : BinderCall(0) {}
+};
+
+}  // namespace echo_service
