@@ -25,17 +25,20 @@ const char* treeName() {
     return tree == nullptr ? "" : tree;
 }
 
-std::string howToStart() {
-    return *treeName() == '\0' ? "start it with ./dev service, or name a device tree with --device"
-                               : "start it with ./dev service; lumctl list shows who is there";
+std::string howToStart(const std::string& instance) {
+    if (*treeName() == '\0') return "name the device tree that it runs in with --device";
+    return "start it with device/run --tree " + inQuotes(treeName()) +
+           " -- vendor.tav.lumvndhal_aidl-service" +
+           (instance == "default" ? "" : " --instance " + inQuotes(instance)) +
+           ", or with ./dev service in the tree of ./dev ctl";
 }
 
 Failure noService(const std::string& instance) {
     const bool declared = AServiceManager_isDeclared(serviceName(instance).c_str());
     const std::string what = declared ? " does not answer (it was killed, or does not admit you): "
                                       : " is not running: ";
-    return {kNotReached,
-            "the service " + inQuotes(instance) + " in " + placeName() + what + howToStart()};
+    return {kNotReached, "the service " + inQuotes(instance) + " in " + placeName() + what +
+                                 howToStart(instance)};
 }
 
 bool isDirectory(const std::string& path) {
@@ -58,7 +61,7 @@ void useDeviceTree(const std::string& directory) {
                                                       std::free);
     if (path == nullptr) {
         throw Failure(kUsage, "there is no device tree " + inQuotes(directory) + " (" +
-                                      std::strerror(errno) + "): give --device an existing one");
+                                      std::strerror(errno) + "): name an existing one");
     }
     if (!isDirectory(std::string(path.get()) + kEndpoints)) {
         throw Failure(kUsage, inQuotes(directory) + " is no device tree: it has no " +
@@ -85,10 +88,13 @@ void Client::expectDelivered(const ::ndk::ScopedAStatus& status) const {
                                            " died during the call: start it again, then repeat "
                                            "the command");
     }
+    const char* const hint =
+            status.getStatus() == STATUS_BAD_VALUE
+                    ? "a text of the reply ends in half a character: look at the device's own files"
+                    : "try again, and look at the service's log";
     throw Failure(kNotReached, "the call to the service " + inQuotes(mInstance) + " in " +
                                        placeName() + " did not get through (" +
-                                       printable(status.getDescription()) +
-                                       "): try again, and look at the service's log");
+                                       printable(status.getDescription()) + "): " + hint);
 }
 
 void Client::ping() {

@@ -24,7 +24,7 @@ constexpr char kExamples[] =
         "  lumctl --json collectors                 what is active, for programs\n"
         "\n"
         "Exit status: 0 done; 1 the service refused; 2 wrong usage, nothing was sent;\n"
-        "3 no service, or the call did not get through.";
+        "3 no service, or the call or its result did not get through.";
 
 std::string versionText() {
     return "lumctl " LUMCTL_VERSION " (interface version " + std::to_string(ILumvndhal::version) +

@@ -10,7 +10,7 @@ enum ExitStatus : int {
     kDone = 0,
     kRefused = 1,     // the service was reached and did not do it
     kUsage = 2,       // nothing was sent: the command line, or a file it names, is at fault
-    kNotReached = 3,  // no service, or the call did not get through
+    kNotReached = 3,  // no service, or the call or its result did not get through
 };
 
 // Ends the command. The sentence becomes the one line on standard error: it says what is wrong and

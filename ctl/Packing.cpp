@@ -52,7 +52,7 @@ Failure badPayload(std::string_view payload, size_t offset) {
 void requireName(const std::string& what, const std::string& name, std::string_view separators) {
     requireText(what, name);
     if (name.empty()) {
-        throw Failure(kUsage, "an empty " + what + " names nothing: leave it out or name one");
+        throw Failure(kUsage, "an empty " + what + " names nothing: name one");
     }
     const size_t at = name.find_first_of(separators);
     if (at == std::string::npos) return;

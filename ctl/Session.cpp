@@ -1,13 +1,18 @@
 #include "Session.h"
 
 #include <cstdio>
+#include <cstdlib>
 
 #include "Failure.h"
 
 namespace lumctl {
 
 void Session::enterDevice() const {
-    if (!device.empty()) useDeviceTree(device);
+    if (!device.empty()) {
+        useDeviceTree(device);
+    } else if (const char* tree = std::getenv("ANDROID_DEVICE_TREE")) {
+        useDeviceTree(tree);
+    }
 }
 
 Client Session::connect() const {
@@ -22,8 +27,9 @@ void Session::print(const Report& report) const {
                  : report.text;
     const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
     if (!written || std::fflush(stdout) != 0) {
-        throw Failure(kUsage,
-                      "the result could not be written: look at where standard output goes");
+        throw Failure(kNotReached,
+                      "the call was made, but its result could not be written: look at "
+                      "where standard output goes");
     }
 }
 
