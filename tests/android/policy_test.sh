@@ -36,38 +36,24 @@ policy() {
     contexts_as_genfscon
 }
 
-compiles() { # OUTPUT OF THE COMPILER; the additional rules come on standard input
+compiles() { # the additional rules come on standard input
     policy >"$work/policy.conf"
-    checkpolicy -M -o "$work/policy" "$work/policy.conf" >"$1" 2>&1
+    checkpolicy -M -o "$work/policy" "$work/policy.conf" >"$work/output" 2>&1
 }
 
 rules_of() { # FILE
     grep -v -e '^#' -e '^$' "$here/$1"
 }
 
-compiles_as_it_is() {
-    compiles "$work/output" </dev/null && return
-    fail "the policy does not compile: $(head -n 9 "$work/output")"
-    exit 1
-}
-
-# A rule is there when the policy with the assertion that it is not does not compile.
-allows_what_is_needed() {
+# A rule is there when the policy with the assertion that it is not does not compile; it is refused
+# when the policy with the rule does not.
+fails_with_each() { # STATEMENT FILE
     local domain type class permission
     while read -r domain type class permission; do
-        compiles "$work/output" <<<"neverallow $domain $type:$class $permission;" &&
-            fail "$domain may not $permission the $class $type"
-        grep -q 'violated by allow' "$work/output" || fail "$domain $type: $(head -n 3 "$work/output")"
-    done < <(rules_of needed)
-}
-
-refuses_what_is_forbidden() {
-    local domain type class permission
-    while read -r domain type class permission; do
-        compiles "$work/output" <<<"allow $domain $type:$class $permission;" &&
-            fail "nothing keeps $domain from $permission of the $class $type"
-        grep -q 'violated by allow' "$work/output" || fail "$domain $type: $(head -n 3 "$work/output")"
-    done < <(rules_of forbidden)
+        compiles <<<"$1 $domain $type:$class $permission;"
+        grep -q 'violated by allow' "$work/output" ||
+            fail "$2, $domain $type:$class $permission: $(head -n 3 "$work/output")"
+    done < <(rules_of "$2")
 }
 
 # What the policy lets the service do, one permission a line; its one client stands for all of them.
@@ -80,7 +66,7 @@ permissions_of_the_service() {
 }
 
 allows_nothing_else() {
-    policy </dev/null >"$work/policy.conf"
+    compiles </dev/null
     checkpolicy -M -C -o "$work/policy.cil" "$work/policy.conf" >/dev/null
     local listed found
     listed=$(rules_of needed | awk '$1 == "hal_lumvndhal_default" {print $2, $3, $4}' | sort -u)
@@ -98,10 +84,10 @@ labels_every_type() {
     done
 }
 
-compiles_as_it_is
-allows_what_is_needed
+compiles </dev/null || fail "the policy does not compile: $(head -n 9 "$work/output")"
+fails_with_each neverallow needed
+fails_with_each allow forbidden
 allows_nothing_else
-refuses_what_is_forbidden
 labels_every_type
 ((failures == 0)) && echo "policy: all cases passed"
 exit $((failures != 0))

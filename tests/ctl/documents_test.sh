@@ -13,10 +13,6 @@ fail() {
     failures=$((failures + 1))
 }
 
-help_of() { # COMMAND...
-    "${emulator[@]}" "$lumctl" "$@" --help || fail "lumctl $* --help: status $?"
-}
-
 subcommands_in() { # HELP
     awk '/^$/ {inside = 0} inside {print $1} /^Subcommands:/ {inside = 1}' <<<"$1"
 }
@@ -42,46 +38,28 @@ is_in_man_page() { # PATTERN
     grep -qE -e "$1" "$ctl/lumctl.1" || fail "the man page has no $1"
 }
 
-checks_options() { # HELP COMMAND...
-    local text=$1 option
-    shift
-    for option in $(options_in "$text"); do
+# The command and what is below it: all of it is offered, and the man page has it.
+checks_command() { # [COMMAND...]
+    local help option names name
+    help=$("${emulator[@]}" "$lumctl" "$@" --help) || fail "lumctl $* --help: status $?"
+    for option in $(options_in "$help"); do
         is_offered "$option" lumctl "$@" "${option:0:3}"
         is_in_man_page "Fl .*-${option#--}( |$)"
     done
-}
-
-checks_group() { # HELP COMMAND
-    local name text
-    for name in $(subcommands_in "$1"); do
-        is_offered "$name" lumctl "$2" ''
-        is_in_man_page "^\.It Cm $2 (.* \| )?$name "
-        text=$(help_of "$2" "$name")
-        checks_options "$text" "$2" "$name"
-    done
-}
-
-checks_commands() {
-    local help name text nested
-    help=$(help_of)
-    checks_options "$help"
-    [[ $(subcommands_in "$help" | wc -l) -ge 16 ]] || fail 'the help lacks subcommands'
-    for name in $(subcommands_in "$help"); do
-        is_offered "$name" lumctl ''
-        is_offered "$name" lumctl --device /x "${name:0:2}"
-        text=$(help_of "$name")
-        nested=$(subcommands_in "$text")
-        [[ $nested ]] || is_in_man_page "^\.It Cm $name( |$)"
-        checks_options "$text" "$name"
-        checks_group "$text" "$name"
+    names=$(subcommands_in "$help")
+    [[ $names ]] || is_in_man_page "^\.It Cm ${1-}( (.* \| )?${2-})?( |$)"
+    [[ $# != 0 || $(wc -l <<<"$names") -ge 16 ]] || fail 'the help lacks subcommands'
+    for name in $names; do
+        is_offered "$name" lumctl "$@" ''
+        checks_command "$@" "$name"
     done
 }
 
 completes_arguments() {
     cd "$ctl" || exit
     is_offered CMakeLists.txt lumctl put CMake
-    is_offered lumctl.1 lumctl --json netstats lumctl
     is_offered completion lumctl --device com
+    is_offered put lumctl --device /x pu
     is_offered queue lumctl put --via ''
     is_offered startModuleCamp lumctl set start
     is_offered collectorsState lumctl get ''
@@ -89,17 +67,11 @@ completes_arguments() {
     [[ ! $(offered lumctl --instance '') ]] || fail 'an instance is completed'
 }
 
-is_sound() {
-    local complaints
-    complaints=$(mandoc -Tlint -Wwarning "$ctl/lumctl.1" 2>&1) || fail "mandoc: $complaints"
-    bash -n "$ctl/completion/lumctl" || fail 'bash does not read the completion'
-    complete -p lumctl >/dev/null || fail 'the completion is not in place'
-}
-
 # shellcheck source=ctl/completion/lumctl
 source "$ctl/completion/lumctl"
-is_sound
-checks_commands
+complete -p lumctl >/dev/null || fail 'the completion is not in place'
+complaints=$(mandoc -Tlint -Wwarning "$ctl/lumctl.1" 2>&1) || fail "mandoc: $complaints"
+checks_command
 completes_arguments
 ((failures == 0)) && echo "lumctl's documents: all cases passed"
 exit $((failures != 0))

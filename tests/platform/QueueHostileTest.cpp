@@ -1,144 +1,81 @@
 // A peer that scribbles over the shared memory while this process uses the queue.
 #include <sched.h>
-#include <signal.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
 
 #include <algorithm>
-#include <array>
 #include <cstring>
-#include <memory>
 
+#include "ChildProcess.h"
 #include "QueueSupport.h"
 
 namespace queue_test {
 namespace {
 
 constexpr size_t kRing = 4001;  // no power of two, and not up to the end of the page
-constexpr size_t kMemory = 8192;
-constexpr size_t kOperations = 1500000;
-constexpr size_t kEnough =
-        1000;  // of either outcome; only a peer that is at work brings them about
+constexpr size_t kBehind = sizeof(RawView::Page::ring) - kRing;
+constexpr size_t kMargin = 32;  // behind the room for a message
 constexpr uint8_t kCanary = 0xA5;
 
 // One value for a counter: near enough to the other one to be believed, or anything at all.
-uint64_t anyCounter(Random& random, uint64_t other) {
-    switch (random.below(4)) {
+uint64_t anyCounter(uint64_t other) {
+    switch (anyNumber() % 4) {
         case 0:
-            return other + random.below(kRing + 2);
+            return other + anyNumber() % (kRing + 2);
         case 1:
-            return other - random.below(3);
+            return other - anyNumber() % 3;
         case 2:
-            return UINT64_MAX - random.below(2 * kRing);
+            return UINT64_MAX - anyNumber() % (2 * kRing);
         default:
-            return random.any();
+            return anyNumber();
     }
 }
 
-[[noreturn]] void scribble(RawView& raw) {
-    Random random;
+// The ring never holds a canary.
+[[noreturn]] void scribble(const RawView& raw) {
     for (;;) {
-        raw.writeCounter() = anyCounter(random, raw.readCounter());
-        if (random.below(2) == 0) raw.readCounter() = anyCounter(random, raw.writeCounter());
-        raw.ring()[random.below(kRing)] = static_cast<uint8_t>(random.below(kCanary));
+        raw->writeCounter = anyCounter(raw->readCounter);
+        if (anyNumber() % 2 == 0) raw->readCounter = anyCounter(raw->writeCounter);
+        raw->ring[anyNumber() % kRing] = static_cast<uint8_t>(anyNumber() % kCanary);
     }
 }
 
-// The other process, from construction to the end of the scope.
-class Scribbler {
-  public:
-    explicit Scribbler(RawView& raw) {
-        const pid_t parent = getpid();
-        mPid = fork();
-        if (mPid == 0) {
-            prctl(PR_SET_PDEATHSIG, SIGKILL);
-            if (getppid() != parent) _exit(1);
-            scribble(raw);
-        }
-        while (raw.writeCounter() == 0) sched_yield();  // until it is at work
+bool isCanary(int8_t byte) {
+    return static_cast<uint8_t>(byte) == kCanary;
+}
+
+// Moves messages of many sizes while another process scribbles. `move` tells whether it did; both
+// outcomes go on coming only while the peer is at work.
+template <typename Move>
+void whileAPeerScribbles(Move move) {
+    Queue queue(kRing);
+    const RawView raw(queue);
+    memset(raw->ring + kRing, kCanary, kBehind);
+    const support::ChildProcess peer([&raw]() -> int { scribble(raw); });
+    while (raw->writeCounter == 0) sched_yield();
+    size_t outcomes[2] = {};
+    for (size_t i = 0; i < 1500000 || std::min(outcomes[0], outcomes[1]) < 1000; ++i) {
+        const size_t count = 1 + anyNumber() % (i % 64 == 0 ? 2 * kRing : 64);
+        ++outcomes[move(queue, count) ? 1 : 0];
+        ASSERT_LE(std::max(queue.availableToRead(), queue.availableToWrite()), kRing);
+        ASSERT_FALSE(testing::Test::HasFailure());
     }
-    ~Scribbler() {
-        kill(mPid, SIGKILL);
-        waitpid(mPid, nullptr, 0);
-    }
-    Scribbler(const Scribbler&) = delete;
-    Scribbler& operator=(const Scribbler&) = delete;
-
-    bool isRunning() const { return mPid > 0 && waitpid(mPid, nullptr, WNOHANG) == 0; }
-
-  private:
-    pid_t mPid = -1;
-};
-
-constexpr int8_t kGuard = static_cast<int8_t>(kCanary);
-
-// Room for a message and a margin, all canaries. The ring never holds one.
-struct Guarded {
-    explicit Guarded(size_t count) : bytes(count + kMargin, kGuard) {}
-    // Whether `count` bytes came, all of them out of the ring, and nothing more.
-    bool holds(size_t count) const {
-        const auto first = std::find(bytes.begin(), bytes.end(), kGuard);
-        const bool asMany = first == bytes.begin() + static_cast<ptrdiff_t>(count);
-        return asMany && std::all_of(first, bytes.end(), [](int8_t b) { return b == kGuard; });
-    }
-    static constexpr size_t kMargin = 32;
-    std::vector<int8_t> bytes;
-};
-
-// A queue whose memory ends in canaries, and the peer's view of it.
-struct Arena {
-    Arena() {
-        desc.grantors = {{0, 0, 8}, {0, 8, 8}, {0, kRingOffset, kRing}};
-        desc.handle.fds.push_back(makeMemory(kMemory));
-        desc.quantum = 1;
-        raw = std::make_unique<RawView>(desc.handle.fds[0].get(), kMemory);
-        queue = std::make_unique<Queue>(desc);
-        memset(behindRing(), kCanary, kBehind);
-    }
-    uint8_t* behindRing() const { return raw->ring() + kRing; }
-    bool isIntact() const {
-        return std::all_of(behindRing(), behindRing() + kBehind,
-                           [](uint8_t byte) { return byte == kCanary; });
-    }
-    static constexpr size_t kBehind = kMemory - kRingOffset - kRing;
-
-    Descriptor desc;
-    std::unique_ptr<RawView> raw;
-    std::unique_ptr<Queue> queue;
-};
+    EXPECT_TRUE(std::all_of(raw->ring + kRing, raw->ring + kRing + kBehind, isCanary));
+}
 
 TEST(HostilePeer, CannotMakeAReadLeaveTheRingOrTheBuffer) {
-    Arena arena;
-    ASSERT_TRUE(arena.queue->isValid());
-    const Scribbler scribbler(*arena.raw);
-    Random random;
-    std::array<size_t, 2> outcomes{};
-    for (size_t i = 0; i < kOperations || std::min(outcomes[0], outcomes[1]) < kEnough; ++i) {
-        const size_t count = 1 + random.below(i % 64 == 0 ? 2 * kRing : 64);
-        Guarded target(count);
-        const bool read = arena.queue->read(target.bytes.data(), count);
-        ++outcomes[read ? 1 : 0];
-        ASSERT_TRUE(target.holds(read ? count : 0));
-        ASSERT_LE(arena.queue->availableToRead(), kRing);
-    }
-    EXPECT_TRUE(scribbler.isRunning());
-    EXPECT_TRUE(arena.isIntact());
+    whileAPeerScribbles([](Queue& queue, size_t count) {
+        std::vector<int8_t> target(count + kMargin, static_cast<int8_t>(kCanary));
+        const bool read = queue.read(target.data(), count);
+        const auto came = target.begin() + static_cast<ptrdiff_t>(read ? count : 0);
+        EXPECT_TRUE(std::none_of(target.begin(), came, isCanary));
+        EXPECT_TRUE(std::all_of(came, target.end(), isCanary));
+        return read;
+    });
 }
 
 TEST(HostilePeer, CannotMakeAWriteLeaveTheRing) {
-    Arena arena;
-    ASSERT_TRUE(arena.queue->isValid());
-    const std::vector<int8_t> source(2 * kRing + 1, 1);
-    const Scribbler scribbler(*arena.raw);
-    Random random;
-    std::array<size_t, 2> outcomes{};
-    for (size_t i = 0; i < kOperations || std::min(outcomes[0], outcomes[1]) < kEnough; ++i) {
-        const size_t count = 1 + random.below(i % 64 == 0 ? 2 * kRing : 64);
-        ++outcomes[arena.queue->write(source.data(), count) ? 1 : 0];
-        ASSERT_LE(arena.queue->availableToWrite(), kRing);
-    }
-    EXPECT_TRUE(scribbler.isRunning());
-    EXPECT_TRUE(arena.isIntact());
+    const std::vector<int8_t> source(2 * kRing, 1);
+    whileAPeerScribbles(
+            [&source](Queue& queue, size_t count) { return queue.write(source.data(), count); });
 }
 
 }  // namespace

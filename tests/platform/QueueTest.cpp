@@ -1,9 +1,8 @@
 // What a queue promises to ends that keep to the rules, and what it makes of counters that do not.
+#include <fcntl.h>
 #include <fmq/EventFlag.h>
-#include <sys/stat.h>
 
-#include <cerrno>
-#include <limits>
+#include <array>
 #include <thread>
 #include <type_traits>
 
@@ -12,8 +11,7 @@
 namespace queue_test {
 namespace {
 
-static_assert(!std::is_copy_constructible_v<Queue> && !std::is_copy_assignable_v<Queue>);
-static_assert(std::is_final_v<Queue>);
+static_assert(!std::is_copy_constructible_v<Queue> && std::is_final_v<Queue>);
 
 bool writeStream(Queue& queue, uint64_t first, size_t count) {
     return queue.write(streamBytes(first, count).data(), count);
@@ -27,66 +25,45 @@ void expectStream(Queue& queue, uint64_t first, size_t count) {
 
 TEST(Queue, MovesWholeBlocksOrNothing) {
     Queue queue(100);
-    ASSERT_TRUE(queue.isValid());
-    EXPECT_EQ(queue.getQuantumCount(), 100U);
-    EXPECT_EQ(queue.getQuantumSize(), 1U);
-    EXPECT_EQ(queue.availableToWrite(), 100U);
-
+    std::vector<int8_t> untouched(101, 42);
+    EXPECT_TRUE(queue.read(nullptr, 0));
+    EXPECT_TRUE(queue.write(nullptr, 0));
+    EXPECT_FALSE(queue.read(untouched.data(), 1));
     EXPECT_FALSE(writeStream(queue, 0, 101));
+    EXPECT_EQ(queue.availableToWrite(), 100U);
     EXPECT_TRUE(writeStream(queue, 0, 100));
     EXPECT_FALSE(writeStream(queue, 100, 1));
-    EXPECT_EQ(queue.availableToRead(), 100U);
     EXPECT_EQ(queue.availableToWrite(), 0U);
 
-    std::vector<int8_t> untouched(101, 42);
     EXPECT_FALSE(queue.read(untouched.data(), 101));
-    EXPECT_EQ(untouched, std::vector<int8_t>(101, 42));
-    EXPECT_FALSE(queue.read(untouched.data(), std::numeric_limits<size_t>::max()));
     expectStream(queue, 0, 60);
     EXPECT_FALSE(queue.read(untouched.data(), 41));
+    EXPECT_EQ(untouched, std::vector<int8_t>(101, 42));
     EXPECT_EQ(queue.availableToRead(), 40U);
     expectStream(queue, 60, 40);
 }
 
-TEST(Queue, TakesNothingFromAnEmptyQueue) {
-    Queue queue(100);
-    int8_t byte = 42;
-    EXPECT_TRUE(queue.read(&byte, 0));
-    EXPECT_TRUE(queue.read(nullptr, 0));
-    EXPECT_TRUE(queue.write(nullptr, 0));
-    EXPECT_FALSE(queue.read(&byte, 1));
-    EXPECT_EQ(byte, 42);
-}
-
 TEST(Queue, CountsInElements) {
-    struct Element {
-        uint64_t number;
-        uint32_t pair[2];
-    };
+    using Element = std::array<uint64_t, 2>;
     ::android::AidlMessageQueue<Element, SynchronizedReadWrite> queue(3);
-    ASSERT_TRUE(queue.isValid());
     EXPECT_EQ(queue.getQuantumCount(), 3U);
     EXPECT_EQ(queue.getQuantumSize(), 16U);
-    EXPECT_EQ(queue.dupeDesc().quantum, 16);
-    const Element elements[] = {{1, {2, 3}}, {4, {5, 6}}};
+    const Element elements[] = {{1, 2}, {3, 4}};
     ASSERT_TRUE(queue.write(elements, 2));
     EXPECT_EQ(queue.availableToRead(), 2U);
     EXPECT_EQ(queue.availableToWrite(), 1U);
-    EXPECT_FALSE(queue.write(elements, 2));
     Element read[2] = {};
-    EXPECT_FALSE(queue.read(read, (std::numeric_limits<size_t>::max() / 16) + 2));
+    EXPECT_FALSE(queue.read(read, SIZE_MAX / 16 + 2));
     ASSERT_TRUE(queue.read(read, 2));
-    EXPECT_EQ(read[1].pair[1], 6U);
+    EXPECT_EQ(read[1], elements[1]);
 }
 
 TEST(Queue, CannotBeMadeForNoElementsOrForTooMany) {
-    const LogCapture log;
-    EXPECT_FALSE(Queue(0).isValid());
-    EXPECT_FALSE(Queue(std::numeric_limits<size_t>::max()).isValid());
-    EXPECT_FALSE(Queue(size_t{1} << 31).isValid());
     using WideQueue = ::android::AidlMessageQueue<uint64_t, SynchronizedReadWrite>;
-    EXPECT_FALSE(WideQueue((std::numeric_limits<size_t>::max() / 8) + 2).isValid());
-    EXPECT_EQ(LogCapture::lines().size(), 4U);
+    EXPECT_FALSE(Queue(0).isValid());
+    EXPECT_FALSE(Queue(SIZE_MAX).isValid());
+    EXPECT_FALSE(Queue(size_t{1} << 31).isValid());
+    EXPECT_FALSE(WideQueue(SIZE_MAX / 8 + 2).isValid());
 }
 
 TEST(Queue, DescribesItselfAsOnADevice) {
@@ -103,104 +80,72 @@ TEST(Queue, DescribesItselfAsOnADevice) {
     Queue flagged(100, true);
     ASSERT_EQ(flagged.dupeDesc().grantors.size(), 4U);
     EXPECT_EQ(flagged.dupeDesc().grantors[3], (GrantorDescriptor{0, 120, 4}));
-    ASSERT_NE(flagged.getEventFlagWord(), nullptr);
-    EXPECT_EQ(*flagged.getEventFlagWord(), 0U);
 }
 
-TEST(Queue, KeepsItsMemoryFromBeingCutShort) {
-    Queue queue(10000);
-    const Descriptor desc = queue.dupeDesc();
-    EXPECT_EQ(ftruncate(desc.handle.fds[0].get(), 4096), -1);
-    EXPECT_EQ(errno, EPERM);
-}
-
-TEST(Queue, SharesItsBytesWithTheOtherEnd) {
+TEST(Queue, SharesItsBytesWithOtherEndsUntilOneOfThemResetsIt) {
     Queue writer(100, true);
     Queue reader(writer.dupeDesc());
-    Queue third(reader.dupeDesc(), false);
-    ASSERT_TRUE(reader.isValid());
-    ASSERT_TRUE(third.isValid());
     ASSERT_TRUE(writeStream(writer, 0, 30));
-    EXPECT_EQ(reader.availableToRead(), 30U);
     expectStream(reader, 0, 20);
-    expectStream(third, 20, 10);
-    EXPECT_EQ(writer.availableToWrite(), 100U);
+    Queue third(reader.dupeDesc(), false);
+    EXPECT_EQ(third.availableToRead(), 10U);
     ASSERT_NE(reader.getEventFlagWord(), nullptr);
     *writer.getEventFlagWord() = 5;
     EXPECT_EQ(*reader.getEventFlagWord(), 5U);
-}
 
-TEST(Queue, IsEmptiedByAnEndThatResetsTheCounters) {
-    Queue writer(100);
-    ASSERT_TRUE(writeStream(writer, 0, 30));
-    Queue keeper(writer.dupeDesc(), false);
-    EXPECT_EQ(keeper.availableToRead(), 30U);
-    Queue reader(writer.dupeDesc(), true);
+    Queue resetting(writer.dupeDesc());
     EXPECT_EQ(reader.availableToRead(), 0U);
     ASSERT_TRUE(writeStream(writer, 500, 100));
-    expectStream(reader, 500, 100);
+    expectStream(resetting, 500, 100);
 }
 
 // Blocks of random sizes through a ring that wraps all the time, once started so that the counters
 // wrap as well. Unread bytes lie across either wrap in most rounds.
 void streamThrough(size_t ringSize, uint64_t start, size_t rounds) {
     Queue writer(ringSize);
-    const Descriptor desc = writer.dupeDesc();
-    RawView raw(desc.handle.fds[0].get(), kRingOffset + ringSize);
-    raw.readCounter() = start;
-    raw.writeCounter() = start;
-    Queue reader(desc, false);
-    Random random;
+    RawView raw(writer);
+    raw->readCounter = start;
+    raw->writeCounter = start;
+    Queue reader(writer.dupeDesc(), false);
     uint64_t written = 0;
     uint64_t read = 0;
     for (size_t i = 0; i < rounds; ++i) {
-        const size_t count = random.below(writer.availableToWrite() + 1);
+        const size_t count = anyNumber() % (writer.availableToWrite() + 1);
         ASSERT_TRUE(writeStream(writer, written, count));
         written += count;
         ASSERT_EQ(reader.availableToRead(), written - read);
-        const size_t taken = random.below(written - read + 1);
+        const size_t taken = anyNumber() % (written - read + 1);
         ASSERT_NO_FATAL_FAILURE(expectStream(reader, read, taken));
         read += taken;
     }
     EXPECT_GT(written, 2000U);
-    EXPECT_EQ(raw.writeCounter(), start + written);
+    EXPECT_EQ(raw->writeCounter, start + written);
 }
 
-TEST(Queue, WrapsAtTheEndOfTheRing) {
-    streamThrough(100, 0, 1000);
+TEST(Queue, GoesOnWhenTheRingAndItsCountersWrap) {
     streamThrough(1, 0, 10000);
-}
-
-TEST(Queue, GoesOnWhenItsCountersWrap) {
     for (const size_t ringSize : {64U, 100U, 4096U}) {
-        streamThrough(ringSize, std::numeric_limits<uint64_t>::max() - 1000, 1000);
+        streamThrough(ringSize, UINT64_MAX - 1000, 1000);
     }
 }
 
 TEST(Queue, DropsWhatWaitsWhenTheCountersMakeNoSense) {
     Queue queue(100);
-    const Descriptor desc = queue.dupeDesc();
-    RawView raw(desc.handle.fds[0].get(), kRingOffset + 100);
+    RawView raw(queue);
     const std::pair<uint64_t, uint64_t> overruns[] = {
-            {0, 101},
-            {1000, 999},
-            {7, std::numeric_limits<uint64_t>::max()},
-            {std::numeric_limits<uint64_t>::max(), 100},
-            {uint64_t{1} << 63, 0},
-    };
+            {0, 101}, {1000, 999}, {7, UINT64_MAX}, {UINT64_MAX, 100}, {uint64_t{1} << 63, 0}};
     for (const auto& [read, written] : overruns) {
-        raw.readCounter() = read;
-        raw.writeCounter() = written;
-        EXPECT_EQ(queue.availableToRead(), 0U);
-        EXPECT_EQ(queue.availableToWrite(), 0U);
+        SCOPED_TRACE(read);
+        raw->readCounter = read;
+        raw->writeCounter = written;
+        EXPECT_EQ(queue.availableToRead() + queue.availableToWrite(), 0U);
         EXPECT_FALSE(writeStream(queue, 0, 1));
-        EXPECT_EQ(raw.writeCounter(), written);
 
         int8_t byte = 42;
-        EXPECT_FALSE(queue.read(&byte, 1)) << read << " " << written;
+        EXPECT_FALSE(queue.read(&byte, 1));
         EXPECT_EQ(byte, 42);
-        EXPECT_EQ(raw.readCounter(), written);
-        EXPECT_EQ(raw.writeCounter(), written);
+        EXPECT_EQ(raw->readCounter, written);
+        EXPECT_EQ(raw->writeCounter, written);
         EXPECT_TRUE(writeStream(queue, 3, 100));
         expectStream(queue, 3, 100);
     }
@@ -212,19 +157,12 @@ TEST(Queue, CarriesAStreamFromOneThreadToAnother) {
     std::thread writer([&queue] {
         for (uint64_t sent = 0; sent < kTotal;) {
             const size_t count = 1 + sent % 400;
-            if (writeStream(queue, sent, count)) {
-                sent += count;
-            } else {
-                std::this_thread::yield();
-            }
+            if (writeStream(queue, sent, count)) sent += count;
         }
     });
-    std::vector<int8_t> bytes(1000);
-    for (uint64_t got = 0; got < kTotal;) {
+    for (uint64_t got = 0; got < kTotal && !testing::Test::HasFailure();) {
         const size_t count = queue.availableToRead();
-        ASSERT_TRUE(queue.read(bytes.data(), count));
-        const std::vector<int8_t> expected = streamBytes(got, count);
-        ASSERT_TRUE(std::equal(expected.begin(), expected.end(), bytes.begin()));
+        expectStream(queue, got, count);
         got += count;
         if (count == 0) std::this_thread::yield();
     }
@@ -233,17 +171,16 @@ TEST(Queue, CarriesAStreamFromOneThreadToAnother) {
 
 TEST(EventFlag, HandsEachBitToOneWaiter) {
     using ::android::hardware::EventFlag;
-    Queue queue(100, true);
+    std::atomic<uint32_t> word{0};
     EventFlag* flag = nullptr;
-    ASSERT_EQ(EventFlag::createEventFlag(queue.getEventFlagWord(), &flag), ::android::NO_ERROR);
+    ASSERT_EQ(EventFlag::createEventFlag(&word, &flag), ::android::NO_ERROR);
     uint32_t state = 7;
     EXPECT_EQ(flag->wait(1, &state, 1000000), ::android::TIMED_OUT);
     EXPECT_EQ(state, 0U);
     EXPECT_EQ(flag->wake(1 | 4), ::android::NO_ERROR);
     EXPECT_EQ(flag->wait(1 | 2, &state, 1000000), ::android::NO_ERROR);
     EXPECT_EQ(state, 1U);
-    EXPECT_EQ(*queue.getEventFlagWord(), 4U);
-    EXPECT_EQ(flag->wait(0, &state), ::android::BAD_VALUE);
+    EXPECT_EQ(word, 4U);
 
     std::thread waker([flag] {
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
@@ -253,7 +190,6 @@ TEST(EventFlag, HandsEachBitToOneWaiter) {
     EXPECT_EQ(state, 2U);
     waker.join();
     EXPECT_EQ(EventFlag::deleteEventFlag(&flag), ::android::NO_ERROR);
-    EXPECT_EQ(EventFlag::createEventFlag(nullptr, &flag), ::android::BAD_VALUE);
 }
 
 }  // namespace

@@ -1,9 +1,6 @@
 // The chipset serial: what each state of the two nodes gives, in a buffer of any capacity.
 #include <gtest/gtest.h>
 
-#include <cstring>
-#include <functional>
-
 #include "DeviceFiles.h"
 #include "Files.h"
 #include "ServiceUnderTest.h"
@@ -15,36 +12,26 @@ using support::error;
 using support::info;
 using support::LogLines;
 
-const std::string kNodes[] = {"/sys/devices/soc0/soc_id", "/sys/devices/soc0/serial_number"};
-const LogLines kCalled = {info("get_chipset_serial()")};
-const LogLines kRefused = {info("get_chipset_serial()"), error("[ERROR] Invalid Parameter")};
-
-// Puts something at a node's path, where there is nothing.
-using Node = std::function<void(const std::string&)>;
-const Node kMissing = [](const std::string&) {};
-
-Node holding(const std::string& content) {
-    return [content](const std::string& path) { support::writeFile(path, content); };
-}
+const std::string kSocId = "/sys/devices/soc0/soc_id";
+const std::string kSerialNumber = "/sys/devices/soc0/serial_number";
 
 class ChipsetSerial : public testing::Test {
   protected:
-    void arrange(const Node& socId, const Node& serialNumber) {
-        for (const std::string& path : kNodes) support::removeAll(path);
-        socId(kNodes[0]);
-        serialNumber(kNodes[1]);
+    void SetUp() override { removeNodes(); }
+    static void removeNodes() {
+        support::removeAll(kSocId);
+        support::removeAll(kSerialNumber);
     }
-    std::string read(int capacity = 2048) {
+    void expect(const std::string& serial, int capacity = 2048) {
         const size_t room = static_cast<size_t>(capacity);
         std::string buffer(room + 1, '~');
         const size_t before = support::openDescriptors();
         mObject->get_chipset_serial(buffer.data(), &capacity);
         EXPECT_EQ(support::openDescriptors(), before);
         EXPECT_EQ(buffer[room], '~') << "written behind the buffer's end";
-        EXPECT_EQ(mLog.take(), kCalled);
-        buffer.resize(buffer.find('\0'));
-        EXPECT_EQ(capacity, static_cast<int>(buffer.size()));
-        return buffer;
+        EXPECT_EQ(mLog.take(), LogLines{info("get_chipset_serial()")});
+        EXPECT_EQ(buffer.substr(0, buffer.find('\0')), serial);
+        EXPECT_EQ(capacity, static_cast<int>(serial.size()));
     }
 
     std::shared_ptr<support::LumvndhalImpl> mObject =
@@ -55,83 +42,62 @@ class ChipsetSerial : public testing::Test {
 }  // namespace
 
 TEST_F(ChipsetSerial, JoinsTheFirstLinesOfBothNodes) {
-    const std::string x126(126, 'x');
     const std::string x127(127, 'x');
-    const struct {
-        std::string content, value;
-    } cases[] = {
-            {"457\n", "457"},
-            {"457", "457"},
-            {"7\n", "7"},
-            {"7\nmore\n", "7"},
-            {"7\r\n", "7\r"},
-            {" 7 \n\n", " 7 "},
-            {"\xc3\xa4\xff\n", "\xc3\xa4\xff"},
-            {"45\0x\n"s, "45"},
-            {x126, x126},
-            {x126 + "\n", x126},
-            {x127, x127},
-            {x127 + "\n", x127},
-            {x127 + "yz\n", x127},
-            // Too short.
-            {"", "-"},
-            {"7", "-"},
-            {"\n", "-"},
-            {"\n457\n", "-"},
-            {"7\0\n"s, "-"},
-            {"\0"s, "-"},
+    const std::pair<std::string, std::string> nodes[] = {
+            {"457\n", "457"},    {"7\n", "7"},
+            {"7\r\n", "7\r"},    {" \xff \n\n", " \xff "},
+            {"45\0x\n"s, "45"},  {x127.substr(1) + "\n", x127.substr(1)},
+            {x127 + "\n", x127}, {x127 + "yz\n", x127},
+            {"7", "-"},  // too short, as those below
+            {"\n457\n", "-"},    {"7\0\n"s, "-"},
     };
-    for (const auto& node : cases) {
-        SCOPED_TRACE(node.content);
-        arrange(holding(node.content), holding("903\n"));
-        EXPECT_EQ(read(), node.value + "+903");
-        arrange(holding("457\n"), holding(node.content));
-        EXPECT_EQ(read(), "457+" + node.value);
+    for (const auto& [content, value] : nodes) {
+        SCOPED_TRACE(content);
+        support::writeFile(kSocId, content);
+        support::writeFile(kSerialNumber, "903\n");
+        expect(value + "+903");
+        support::writeFile(kSocId, "457\n");
+        support::writeFile(kSerialNumber, content);
+        expect("457+" + value);
     }
 }
 
 TEST_F(ChipsetSerial, HasPlaceholdersForNodesThatCannotBeRead) {
-    arrange(kMissing, kMissing);
-    EXPECT_EQ(read(), "-+000000000");
-    arrange(kMissing, holding("903\n"));
-    EXPECT_EQ(read(), "-+903");
-    arrange(holding("457\n"), kMissing);
-    EXPECT_EQ(read(), "457+000000000");
-    arrange(makeSocket, makeSocket);
-    EXPECT_EQ(read(), "-+000000000");
-    arrange(support::makeDirectories, support::makeDirectories);
-    EXPECT_EQ(read(), "-+-");
+    support::writeFile(kSerialNumber, "903\n");
+    expect("-+903");
+    removeNodes();
+    makeSocket(kSocId);
+    makeSocket(kSerialNumber);
+    expect("-+000000000");
+    removeNodes();
+    support::makeDirectories(kSocId);
+    support::makeDirectories(kSerialNumber);
+    expect("-+-");
 }
 
 TEST_F(ChipsetSerial, IsCutToTheCapacity) {
-    const struct {
-        Node socId, serialNumber;
-        std::string whole;
-    } cases[] = {
-            {holding("457\n"), holding("903\n"), "457+903"},
-            {holding("7\n"), holding("903"), "7+903"},
-            {kMissing, kMissing, "-+000000000"},
-            {holding("457"), holding(""), "457+-"},
-    };
-    for (const auto& nodes : cases) {
-        arrange(nodes.socId, nodes.serialNumber);
+    const auto expectCuts = [this](const std::string& whole) {
         for (int capacity = 1; capacity < 15; ++capacity) {
-            const std::string fits = nodes.whole.substr(0, static_cast<size_t>(capacity - 1));
-            EXPECT_EQ(read(capacity), fits) << capacity;
+            expect(whole.substr(0, static_cast<size_t>(capacity - 1)), capacity);
         }
-    }
+    };
+    expectCuts("-+000000000");
+    support::writeFile(kSocId, "457\n");
+    support::writeFile(kSerialNumber, "903\n");
+    expectCuts("457+903");
+    support::writeFile(kSerialNumber, "");
+    expectCuts("457+-");
 }
 
 TEST_F(ChipsetSerial, RefusesABufferThatIsNone) {
     char untouched = '~';
-    for (int capacity : {0, -1, INT32_MIN}) {
-        mObject->get_chipset_serial(&untouched, &capacity);
+    const std::pair<char*, int> buffers[] = {
+            {&untouched, 0}, {&untouched, -1}, {&untouched, INT32_MIN}, {nullptr, 2048}};
+    for (auto [buffer, capacity] : buffers) {
+        mObject->get_chipset_serial(buffer, &capacity);
         EXPECT_EQ(capacity, 0);
-        EXPECT_EQ(mLog.take(), kRefused);
+        EXPECT_EQ(mLog.take(),
+                  (LogLines{info("get_chipset_serial()"), error("[ERROR] Invalid Parameter")}));
     }
-    int capacity = 2048;
-    mObject->get_chipset_serial(nullptr, &capacity);
-    EXPECT_EQ(capacity, 0);
-    EXPECT_EQ(mLog.take(), kRefused);
     EXPECT_EQ(untouched, '~');
 }

