@@ -75,10 +75,16 @@ TEST(Names, LibraryAndProgramAreCalledTheSameInBothBuildsAndByInit) {
     expectAt({
             {"service/CMakeLists.txt", R"(OUTPUT_NAME (\S+))", kLibrary},
             {"host/CMakeLists.txt", R"(OUTPUT_NAME (\S+)\))", kProgram},
+            {"service/CMakeLists.txt", R"re(PREFIX "(\w*)" OUTPUT_NAME)re", ""},
             {kRc, R"(\nservice \S+ (\S+)\n)", kInstalled},
+            {kRc, R"(\nservice (\S+) )", "vendor.lumvndhal"},
+            {kRc, R"(\n    capabilities(.*)\n)", ""},
             {kRc, R"(\n    class (\w+)\n)", "hal"},
     });
     EXPECT_EQ(findAll(kRc, "\n    (oneshot|disabled|critical)"), Texts());
+    for (const auto& name : findAll("docs/android.md", R"(init\.svc\.([\w.]*\w))")) {
+        EXPECT_EQ(name, "vendor.lumvndhal");
+    }
     EXPECT_EQ(sources::module(kLibrary).at("type"), "cc_library_shared");
     const auto program = sources::module(kProgram);
     EXPECT_EQ(program.at("type"), "cc_binary");
