@@ -93,7 +93,6 @@ bool Connection::receive() {
     mDescriptors.clear();
     if (!receiveSome(0) || !receiveUpTo(sizeof(FrameHeader)) || !headerIsSound()) return false;
     const size_t size = sizeof(FrameHeader) + payloadSize();
-
     // More than one frame is more than the peer may have sent.
     return receiveUpTo(size) && mReceived == size &&
            mDescriptors.size() == header().descriptorCount;

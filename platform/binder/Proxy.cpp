@@ -2,6 +2,7 @@
 
 #include <sys/socket.h>
 
+#include <cerrno>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -42,22 +43,26 @@ void Proxy::release() {
 // The service speaks first: which life of it the connection leads to, or that it is full.
 Proxy::Reached Proxy::connect(ConnectionPtr* connection, int64_t* life) const {
     const int fd = connectTo(mPath);
-    if (fd < 0) return Reached::kNobody;
+    if (fd < 0) {
+        // Anything else, such as no descriptor left, says nothing about the service.
+        const bool nobody = errno == ECONNREFUSED || errno == ENOENT;
+        return nobody ? Reached::kNobody : Reached::kNotNow;
+    }
     *connection = std::make_unique<Connection>(fd);
     if (!(*connection)->receive()) return Reached::kNobody;
-    if ((*connection)->word() != STATUS_OK) return Reached::kFull;
+    if ((*connection)->word() != STATUS_OK) return Reached::kNotNow;
     const AParcel hello((*connection)->payload(), (*connection)->payloadSize());
     return hello.takeValue(life) == STATUS_OK ? Reached::kService : Reached::kNobody;
 }
 
-// Null when the service is full; and when it is gone or another one by now, which is the proxy's
-// end.
+// Null when there is no connection to be had now; and when the service is gone or another one by
+// now, which is the proxy's end.
 Proxy::ConnectionPtr Proxy::connectToSameLife() {
     if (!isAlive()) return nullptr;
     int64_t life = 0;
     ConnectionPtr connection;
     const Reached reached = connect(&connection, &life);
-    if (reached == Reached::kFull) return nullptr;
+    if (reached == Reached::kNotNow) return nullptr;
     if (reached == Reached::kService && life == mLife) return connection;
     mAlive.store(false, std::memory_order_release);
     return nullptr;

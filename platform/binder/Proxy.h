@@ -30,8 +30,9 @@ class Proxy final : public AIBinder {
     explicit Proxy(const std::string& path) : AIBinder(nullptr), mPath(path) {}
     void release() override;
 
-    // What came of an attempt to connect. A service that has too many callers is full, not dead.
-    enum class Reached { kNobody, kFull, kService };
+    // What came of an attempt to connect. A service that has too many callers is not dead, and nor
+    // is one that this process lacks a descriptor for.
+    enum class Reached { kNobody, kNotNow, kService };
 
     Reached connect(ConnectionPtr* connection, int64_t* life) const;
     ConnectionPtr connectToSameLife();

@@ -3,6 +3,7 @@
 #include <android/binder_process.h>
 #include <signal.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 
 #include <atomic>
 #include <future>
@@ -118,6 +119,19 @@ TEST_F(BinderCall, ReportsAServiceThatIsKilledInMidCallAndFindsTheNextOne) {
     mBinder = next;
     EXPECT_EQ(echo("new"), STATUS_OK);
     EXPECT_EQ(deaths.died, 1);
+}
+
+TEST_F(BinderCall, TakesItsOwnLackOfDescriptorsForNobodysDeath) {
+    auto pending = std::async(std::launch::async, [&] { return sleepFor(500ms); });
+    std::this_thread::sleep_for(100ms);  // the one connection is taken: another call needs another
+    rlimit limit = {};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
+    const rlimit none = {0, limit.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    EXPECT_EQ(echo("not now"), STATUS_WOULD_BLOCK);
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
+    EXPECT_EQ(pending.get(), STATUS_OK);
+    EXPECT_EQ(echo("alive all the time"), STATUS_OK);
 }
 
 TEST_F(BinderCall, NeverMistakesTheNextServiceForTheOneThatDied) {
