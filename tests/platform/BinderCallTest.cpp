@@ -122,8 +122,8 @@ TEST_F(BinderCall, ReportsAServiceThatIsKilledInMidCallAndFindsTheNextOne) {
 }
 
 TEST_F(BinderCall, TakesItsOwnLackOfDescriptorsForNobodysDeath) {
-    auto pending = std::async(std::launch::async, [&] { return sleepFor(500ms); });
-    std::this_thread::sleep_for(100ms);  // the one connection is taken: another call needs another
+    auto pending = std::async(std::launch::async, [&] { return sleepFor(1500ms); });
+    std::this_thread::sleep_for(500ms);  // the one connection is taken: another call needs another
     rlimit limit = {};
     ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
     const rlimit none = {0, limit.rlim_max};
