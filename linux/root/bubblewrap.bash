@@ -1,6 +1,6 @@
-# How device/run enters a tree with bubblewrap: a private mount namespace, everything else shared.
+# How linux/root/run enters a tree with bubblewrap: a private mount namespace, everything else shared.
 # shellcheck shell=bash
-# shellcheck disable=SC2034,SC2154 # all of them belong to device/run
+# shellcheck disable=SC2034,SC2154 # all of them belong to linux/root/run
 
 # Fills host_mounts with the arguments that show every entry of the host's root that the tree does
 # not replace. They are bound one by one onto a fresh root: binding "/" as a whole would need

@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <string>
 
-#include "platform/binder/Parcel.h"
+#include "linux/platform/binder/Parcel.h"
 
 namespace {
 

@@ -1,11 +1,11 @@
 #!/bin/bash
-# Tests of the launcher against the real thing: device_launcher_test.sh PATH/TO/device/run
+# Tests of the launcher against the real thing: launcher_test.sh PATH/TO/linux/root/run
 #
 # Every case runs by each means that works on this machine; what only a mount can do is checked
 # with bubblewrap alone. Needs no root.
 set -u
 
-run=$(realpath -- "${1:?the path of device/run is missing}")
+run=$(realpath -- "${1:?the path of linux/root/run is missing}")
 new_tree=${run%/*}/new-tree
 work=$(mktemp -d) || exit
 # A child that a signal hits before it has become the launcher runs this trap too.

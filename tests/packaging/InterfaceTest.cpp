@@ -13,7 +13,7 @@ using sources::Texts;
 
 const std::string kDefinition = "interface/vendor/tav/lumvndhal_aidl/";
 const std::string kSnapshots = "interface/aidl_api/vendor.tav.lumvndhal_aidl/";
-const std::string kMapping = "interface/ndk/include/aidl/vendor/tav/lumvndhal_aidl/";
+const std::string kMapping = "linux/mapping/include/aidl/vendor/tav/lumvndhal_aidl/";
 
 // A definition without comments, imports and the packages of types, with blanks only where two
 // words would run into each other.
@@ -47,7 +47,7 @@ TEST(Interface, MappingHasMethodsAndFieldsInTheSameOrder) {
     Texts methods = findAll(kDefinition + "ILumvndhal.aidl", R"(\n\s+(?:boolean|int) (\w+)\()");
     EXPECT_EQ(methods, (Texts{"configure", "request_read", "get_vnd_data", "set_vnd_data",
                               "update_vendor_dropbox", "write_data_to_vendor_dropbox"}));
-    EXPECT_EQ(findAll("interface/ndk/Transactions.h", R"(\n    (k\w+)( =|,))"),
+    EXPECT_EQ(findAll("linux/mapping/Transactions.h", R"(\n    (k\w+)( =|,))"),
               (Texts{"kConfigure", "kRequestRead", "kGetVndData", "kSetVndData",
                      "kUpdateVendorDropbox", "kWriteDataToVendorDropbox", "kGetInterfaceHash",
                      "kGetInterfaceVersion"}));

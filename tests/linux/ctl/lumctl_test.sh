@@ -4,7 +4,7 @@
 # BIN_DIR holds lumctl and the hosting executable; LUM_EMULATOR is put in front of both.
 set -u
 
-run=$(realpath -- "${1:?the path of device/run is missing}")
+run=$(realpath -- "${1:?the path of linux/root/run is missing}")
 bin=$(realpath -- "${2:?the folder of the programs is missing}")
 read -ra emulator <<<"${LUM_EMULATOR-}"
 work=$(mktemp -d) || exit

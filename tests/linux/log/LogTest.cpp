@@ -17,7 +17,7 @@
 #include <vector>
 
 #include "ChildProcess.h"
-#include "platform/log/TagFilter.h"
+#include "linux/platform/log/TagFilter.h"
 
 namespace {
 

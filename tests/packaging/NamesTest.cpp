@@ -53,9 +53,9 @@ Texts labelsOf(const std::string& path) {
 
 TEST(Names, PackageAndInstanceAreTheSameEverywhere) {
     expectAt({
-            {"interface/ndk/BnLumvndhal.cpp", R"re(descriptor = "([^"]+)")re", kDescriptor},
+            {"linux/mapping/BnLumvndhal.cpp", R"re(descriptor = "([^"]+)")re", kDescriptor},
             {"interface/vendor/tav/lumvndhal_aidl/ILumvndhal.aidl", "package ([^;]+);", kPackage},
-            {"interface/CMakeLists.txt", R"(OUTPUT_NAME (\S+)\))", kPackage + "-V1-ndk"},
+            {"linux/mapping/CMakeLists.txt", R"(OUTPUT_NAME (\S+)\))", kPackage + "-V1-ndk"},
             {"service/LumvndhalImpl.h", R"(namespace aidl::([\w:]+) \{)",
              "vendor::tav::lumvndhal_aidl"},
             {"service/exports.map", R"(_Z(?:N|TVN)(4aidl\w+Impl))",

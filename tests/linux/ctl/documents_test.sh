@@ -67,7 +67,7 @@ completes_arguments() {
     [[ ! $(offered lumctl --instance '') ]] || fail 'an instance is completed'
 }
 
-# shellcheck source=ctl/completion/lumctl
+# shellcheck source=linux/ctl/completion/lumctl
 source "$ctl/completion/lumctl"
 complete -p lumctl >/dev/null || fail 'the completion is not in place'
 complaints=$(mandoc -Tlint -Wwarning "$ctl/lumctl.1" 2>&1) || fail "mandoc: $complaints"

@@ -3,7 +3,7 @@
 #include <sys/socket.h>
 
 #include "EchoService.h"
-#include "platform/binder/Connection.h"
+#include "linux/platform/binder/Connection.h"
 
 namespace {
 

@@ -27,7 +27,7 @@ const char* treeName() {
 
 std::string howToStart(const std::string& instance) {
     if (*treeName() == '\0') return "name the device tree that it runs in with --device";
-    return "start it with device/run --tree " + inQuotes(treeName()) +
+    return "start it with linux/root/run --tree " + inQuotes(treeName()) +
            " -- vendor.tav.lumvndhal_aidl-service" +
            (instance == "default" ? "" : " --instance " + inQuotes(instance)) +
            ", or with ./dev service in the tree of ./dev ctl";
@@ -65,7 +65,7 @@ void useDeviceTree(const std::string& directory) {
     }
     if (!isDirectory(std::string(path.get()) + kEndpoints)) {
         throw Failure(kUsage, inQuotes(directory) + " is no device tree: it has no " +
-                                      (kEndpoints + 1) + "; device/new-tree makes one");
+                                      (kEndpoints + 1) + "; linux/root/new-tree makes one");
     }
     ::setenv(kTreeVariable, path.get(), 1);
 }

@@ -1,7 +1,7 @@
-# How device/run enters a tree where no namespace can be made: libfakechroot, preloaded into the
+# How linux/root/run enters a tree where no namespace can be made: libfakechroot, preloaded into the
 # command and everything it starts, rewrites path names on their way into the C library.
 # shellcheck shell=bash
-# shellcheck disable=SC2034,SC2154 # all of them belong to device/run
+# shellcheck disable=SC2034,SC2154 # all of them belong to linux/root/run
 
 # Prints nothing; sets library to libfakechroot's path or to an empty text.
 fakechroot_find_library() {
