@@ -1,6 +1,6 @@
 // Round trips of calls between two processes, beside a floor measured in the same run: two
 // processes that send the same bytes each way over a plain unix stream socket and, for the writes,
-// write the same file. Runs inside a device tree whose dropbox lies in memory.
+// write the same file. Runs inside a device root whose dropbox lies in memory.
 
 #include <aidl/vendor/tav/lumvndhal_aidl/ILumvndhal.h>
 #include <android/binder_manager.h>

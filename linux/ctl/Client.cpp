@@ -13,24 +13,24 @@
 namespace lumctl {
 namespace {
 
-constexpr char kTreeVariable[] = "ANDROID_DEVICE_TREE";
+constexpr char kRootVariable[] = "ANDROID_DEVICE_ROOT";
 constexpr char kEndpoints[] = "/dev/socket/binder";
 
 std::string serviceName(const std::string& instance) {
     return std::string(ILumvndhal::descriptor) + "/" + instance;
 }
 
-const char* treeName() {
-    const char* tree = std::getenv(kTreeVariable);
-    return tree == nullptr ? "" : tree;
+const char* rootName() {
+    const char* root = std::getenv(kRootVariable);
+    return root == nullptr ? "" : root;
 }
 
 std::string howToStart(const std::string& instance) {
-    if (*treeName() == '\0') return "name the device tree that it runs in with --device";
-    return "start it with linux/root/run --tree " + inQuotes(treeName()) +
+    if (*rootName() == '\0') return "name the device root that it runs in with --root";
+    return "start it with linux/root/run --root " + inQuotes(rootName()) +
            " -- vendor.tav.lumvndhal_aidl-service" +
            (instance == "default" ? "" : " --instance " + inQuotes(instance)) +
-           ", or with ./dev service in the tree of ./dev ctl";
+           ", or with ./dev service in the root of ./dev ctl";
 }
 
 Failure noService(const std::string& instance) {
@@ -49,25 +49,25 @@ bool isDirectory(const std::string& path) {
 }  // namespace
 
 std::string placeName() {
-    return *treeName() == '\0' ? "this device" : "the device tree " + inQuotes(treeName());
+    return *rootName() == '\0' ? "this device" : "the device root " + inQuotes(rootName());
 }
 
 std::string onDevice(const std::string& path) {
-    return treeName() + path;
+    return rootName() + path;
 }
 
-void useDeviceTree(const std::string& directory) {
+void useDeviceRoot(const std::string& directory) {
     const std::unique_ptr<char, void (*)(void*)> path(::realpath(directory.c_str(), nullptr),
                                                       std::free);
     if (path == nullptr) {
-        throw Failure(kUsage, "there is no device tree " + inQuotes(directory) + " (" +
+        throw Failure(kUsage, "there is no device root " + inQuotes(directory) + " (" +
                                       std::strerror(errno) + "): name an existing one");
     }
     if (!isDirectory(std::string(path.get()) + kEndpoints)) {
-        throw Failure(kUsage, inQuotes(directory) + " is no device tree: it has no " +
-                                      (kEndpoints + 1) + "; linux/root/new-tree makes one");
+        throw Failure(kUsage, inQuotes(directory) + " is no device root: it has no " +
+                                      (kEndpoints + 1) + "; linux/root/new-root makes one");
     }
-    ::setenv(kTreeVariable, path.get(), 1);
+    ::setenv(kRootVariable, path.get(), 1);
 }
 
 Client::Client(const std::string& instance) : mInstance(instance) {

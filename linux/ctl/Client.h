@@ -13,15 +13,15 @@ namespace lumctl {
 using ::aidl::vendor::tav::lumvndhal_aidl::ILumvndhal;
 using ::aidl::vendor::tav::lumvndhal_aidl::LumvndhalGenericData;
 
-// Where instances are looked for, for people: "the device tree '/x'" or "this device".
+// Where instances are looked for, for people: "the device root '/x'" or "this device".
 std::string placeName();
 
 // Where `path` of that device is for this process.
 std::string onDevice(const std::string& path);
 
-// Makes instances be looked for in the device tree in `directory`. To be called before the first
-// instance is looked for. Failure kUsage when it is no device tree.
-void useDeviceTree(const std::string& directory);
+// Makes instances be looked for in the device root in `directory`. To be called before the first
+// instance is looked for. Failure kUsage when it is no device root.
+void useDeviceRoot(const std::string& directory);
 
 struct Answer {
     int32_t result = 0;

@@ -16,7 +16,7 @@ namespace {
 constexpr char kExamples[] =
         "Examples:\n"
         "  lumctl list                              which instances are there\n"
-        "  lumctl --device /tmp/tree info           facts of the device in that tree\n"
+        "  lumctl --root /tmp/root info             facts of the device in that root\n"
         "  lumctl mkdir -p /traces/today            a directory in the dropbox\n"
         "  lumctl put trace.bin /traces/today/1     a file in it\n"
         "  tar c logs | lumctl put - /traces/logs   the same from a pipe\n"
@@ -35,7 +35,7 @@ void addCommonOptions(CLI::App& app, Session& session) {
     app.name("lumctl");
     app.description("Talks to the vendor service vendor.tav.lumvndhal_aidl.ILumvndhal.");
     app.footer("The options of lumctl itself work here too: see lumctl --help.");
-    app.add_option("--device", session.device, "Call into the device tree in DIR")
+    app.add_option("--root", session.root, "Call into the device root in DIR")
             ->type_name("DIR")
             ->take_last();
     app.add_option("--instance", session.instance, "Instance to call (default: default)")

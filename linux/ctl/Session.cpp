@@ -8,10 +8,10 @@
 namespace lumctl {
 
 void Session::enterDevice() const {
-    if (!device.empty()) {
-        useDeviceTree(device);
-    } else if (const char* tree = std::getenv("ANDROID_DEVICE_TREE")) {
-        useDeviceTree(tree);
+    if (!root.empty()) {
+        useDeviceRoot(root);
+    } else if (const char* inherited = std::getenv("ANDROID_DEVICE_ROOT")) {
+        useDeviceRoot(inherited);
     }
 }
 

@@ -19,12 +19,12 @@ struct Report {
 // What the options that all commands share say.
 struct Session {
     std::string instance = "default";
-    std::string device;  // a device tree; empty for where this process runs
+    std::string root;  // a device root; empty for where this process runs
     bool json = false;
 
-    // Looks in the tree that was named; to be called before instances are looked for.
+    // Looks in the root that was named; to be called before instances are looked for.
     void enterDevice() const;
-    // Failure when the tree or the instance is not there.
+    // Failure when the root or the instance is not there.
     Client connect() const;
     // Prints the report as was asked for on standard output.
     void print(const Report& report) const;

@@ -1,9 +1,9 @@
-# How linux/root/run enters a tree with bubblewrap: a private mount namespace, everything else shared.
+# How linux/root/run enters a root with bubblewrap: a private mount namespace, everything else shared.
 # shellcheck shell=bash
 # shellcheck disable=SC2034,SC2154 # all of them belong to linux/root/run
 
-# Fills host_mounts with the arguments that show every entry of the host's root that the tree does
-# not replace. They are bound one by one onto a fresh root: binding "/" as a whole would need
+# Fills host_mounts with the arguments that show every entry of the host's / that the root does
+# not replace. They are bound one by one onto a fresh /: binding "/" as a whole would need
 # mount points such as /data on the host, and make them there when run as root.
 bubblewrap_host_mounts() {
     local entry links=() targets=() i
@@ -29,9 +29,9 @@ bubblewrap_host_mounts() {
     done
 }
 
-# Fills enter with the command line that runs the words behind it inside the tree.
+# Fills enter with the command line that runs the words behind it inside the root.
 #
-# The root itself is made read-only last, so that a path that lost its prefix fails as it would on
+# The root directory itself is made read-only last, so that a path that lost its prefix fails as it would on
 # a device. /dev/shm stays the host's: shared memory and folders there are the same on both sides.
 bubblewrap_enter() {
     local name mount host_mounts
@@ -39,10 +39,10 @@ bubblewrap_enter() {
     bubblewrap_host_mounts
     enter=(bwrap --die-with-parent --cap-drop ALL "${host_mounts[@]}")
     for name in data vendor mnt sys; do
-        enter+=(--bind "$tree/$name" "/$name")
+        enter+=(--bind "$root/$name" "/$name")
     done
     enter+=(--dev /dev --bind-try /dev/shm /dev/shm
-        --bind "$tree/dev/socket" /dev/socket --bind "$tree/dev/__properties__" /dev/__properties__)
+        --bind "$root/dev/socket" /dev/socket --bind "$root/dev/__properties__" /dev/__properties__)
     for name in ${bound_back[@]+"${bound_back[@]}"}; do
         enter+=(--bind "$name" "$name")
     done

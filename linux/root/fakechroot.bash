@@ -1,4 +1,4 @@
-# How linux/root/run enters a tree where no namespace can be made: libfakechroot, preloaded into the
+# How linux/root/run enters a root where no namespace can be made: libfakechroot, preloaded into the
 # command and everything it starts, rewrites path names on their way into the C library.
 # shellcheck shell=bash
 # shellcheck disable=SC2034,SC2154 # all of them belong to linux/root/run
@@ -37,7 +37,7 @@ fakechroot_excluded() {
     excluded=${excluded#:}
 }
 
-# Fills enter with the command line that runs the words behind it inside the tree.
+# Fills enter with the command line that runs the words behind it inside the root.
 #
 # setpriv ends the command when the launcher is killed, as bubblewrap's --die-with-parent does.
 # AddressSanitizer refuses to start behind another preloaded library unless told that it is meant.
@@ -47,10 +47,10 @@ fakechroot_enter() {
     [[ $library ]] || return 1
     fakechroot_excluded
     for mount in ${tmpfs[@]+"${tmpfs[@]}"}; do
-        echo "device: fakechroot cannot mount ${mount%:*}; it stays a directory of the tree" >&2
+        echo "device: fakechroot cannot mount ${mount%:*}; it stays a directory of the root" >&2
     done
     enter=(setpriv --pdeathsig KILL env
         "LD_PRELOAD=$library${LD_PRELOAD:+:$LD_PRELOAD}"
-        "FAKECHROOT_BASE=$tree" "FAKECHROOT_EXCLUDE_PATH=$excluded"
+        "FAKECHROOT_BASE=$root" "FAKECHROOT_EXCLUDE_PATH=$excluded"
         "ASAN_OPTIONS=${ASAN_OPTIONS:+$ASAN_OPTIONS:}verify_asan_link_order=0")
 }

@@ -101,12 +101,12 @@ TEST_P(FileWrite, MakesAnEmptyFileForTheCountZeroWhateverTheData) {
 INSTANTIATE_TEST_SUITE_P(, FileWrite, testing::Values(From::kSameProcess, From::kOtherProcess),
                          [](const auto& each) { return nameOf(each.param); });
 
-// In this program's tree a file system of 64 KiB is mounted at /data/vendor/lum/full.
+// In this program's root a file system of 64 KiB is mounted at /data/vendor/lum/full.
 class FullDisk : public FileWrite {
   protected:
     void SetUp() override {
         if (!hasRealMounts())
-            GTEST_SKIP() << "left out: the tree has no real mounts, so no full disk";
+            GTEST_SKIP() << "left out: the root has no real mounts, so no full disk";
     }
 };
 

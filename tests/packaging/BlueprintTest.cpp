@@ -11,7 +11,7 @@ namespace {
 using blueprint::Module;
 using sources::Texts;
 
-const Texts kRoomsOfTheLibrary = {"service", "campaign", "deviceinfo", "dropbox", "transfer"};
+const Texts kLibraryDirectories = {"service", "campaign", "deviceinfo", "dropbox", "transfer"};
 const std::string kPackage = "vendor.tav.lumvndhal_aidl";
 
 // The texts of a list; none when the module has no such property.
@@ -44,11 +44,11 @@ Texts sourcesOf(const std::string& name) {
     return paths;
 }
 
-Texts sourcesOnDisk(const Texts& rooms) {
+Texts sourcesOnDisk(const Texts& directories) {
     Texts paths;
-    for (const std::string& room : rooms) {
-        for (const std::string& name : sources::namesIn(room, "\\.cpp")) {
-            paths.push_back(room + "/" + name);
+    for (const std::string& directory : directories) {
+        for (const std::string& name : sources::namesIn(directory, "\\.cpp")) {
+            paths.push_back(directory + "/" + name);
         }
     }
     std::sort(paths.begin(), paths.end());
@@ -69,17 +69,17 @@ TEST(AndroidBp, EveryRoomForTheDeviceHasAFileAndEveryModuleANameOfItsOwn) {
 }
 
 TEST(AndroidBp, LibraryAndHostAreBuiltFromEverySourceOfTheirRooms) {
-    EXPECT_EQ(sourcesOf(kPackage + "-halimpl"), sourcesOnDisk(kRoomsOfTheLibrary));
+    EXPECT_EQ(sourcesOf(kPackage + "-halimpl"), sourcesOnDisk(kLibraryDirectories));
     EXPECT_EQ(sourcesOf(kPackage + "-service"), sourcesOnDisk({"host"}));
 }
 
 TEST(AndroidBp, BothBuildsNameTheSameSources) {
-    Texts rooms = kRoomsOfTheLibrary;
-    rooms.emplace_back("host");
-    for (const std::string& room : rooms) {
-        Texts named = sources::findAll(room + "/CMakeLists.txt", R"(\b(\w+\.cpp)\b)");
+    Texts directories = kLibraryDirectories;
+    directories.emplace_back("host");
+    for (const std::string& directory : directories) {
+        Texts named = sources::findAll(directory + "/CMakeLists.txt", R"(\b(\w+\.cpp)\b)");
         std::sort(named.begin(), named.end());
-        EXPECT_EQ(named, sources::namesIn(room, "\\.cpp")) << room;
+        EXPECT_EQ(named, sources::namesIn(directory, "\\.cpp")) << directory;
     }
 }
 

@@ -14,7 +14,7 @@ namespace support {
 namespace {
 
 [[noreturn]] void failOn(const std::string& path) {
-    std::fprintf(stderr, "test support: %s: %s (is this run inside a device tree?)\n", path.c_str(),
+    std::fprintf(stderr, "test support: %s: %s (is this run inside a device root?)\n", path.c_str(),
                  std::strerror(errno));
     std::abort();
 }

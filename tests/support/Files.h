@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-// Small helpers for tests that run inside a device tree. All of them end the test program when the
+// Small helpers for tests that run inside a device root. All of them end the test program when the
 // outside world does not let them do their work.
 namespace support {
 
@@ -24,7 +24,7 @@ void removeAll(const std::string& path);
 size_t openDescriptors(int pid = 0);
 size_t memoryMappings(int pid = 0);
 
-// Whether real file systems are mounted in the tree; what needs one cannot run otherwise.
+// Whether real file systems are mounted in the root; what needs one cannot run otherwise.
 bool hasRealMounts();
 
 }  // namespace support

@@ -266,9 +266,9 @@ TEST_P(Transfer, LeavesNothingBehindAfterManyRounds) {
 INSTANTIATE_TEST_SUITE_P(, Transfer, testing::Values(From::kSameProcess, From::kOtherProcess),
                          [](const auto& each) { return nameOf(each.param); });
 
-// In this program's tree a file system of 64 KiB is mounted at /data/vendor/lum/full.
+// In this program's root a file system of 64 KiB is mounted at /data/vendor/lum/full.
 TEST(TransferToAFullDisk, IsNeverAnsweredWithTrue) {
-    if (!hasRealMounts()) GTEST_SKIP() << "left out: the tree has no real mounts, so no full disk";
+    if (!hasRealMounts()) GTEST_SKIP() << "left out: the root has no real mounts, so no full disk";
     ServiceUnderTest service(From::kSameProcess);
     Queue queue(1 << 20);
     bool result = false;

@@ -25,8 +25,8 @@ constexpr useconds_t kLookAgain = 20 * 1000;
 
 const std::string& socketFolder() {
     static const std::string& folder = *new std::string([] {
-        const char* tree = std::getenv("ANDROID_DEVICE_TREE");
-        return std::string(tree == nullptr ? "" : tree) + "/dev/socket/binder/";
+        const char* root = std::getenv("ANDROID_DEVICE_ROOT");
+        return std::string(root == nullptr ? "" : root) + "/dev/socket/binder/";
     }());
     return folder;
 }

@@ -58,8 +58,8 @@ checks_command() { # [COMMAND...]
 completes_arguments() {
     cd "$ctl" || exit
     is_offered CMakeLists.txt lumctl put CMake
-    is_offered completion lumctl --device com
-    is_offered put lumctl --device /x pu
+    is_offered completion lumctl --root com
+    is_offered put lumctl --root /x pu
     is_offered queue lumctl put --via ''
     is_offered startModuleCamp lumctl set start
     is_offered collectorsState lumctl get ''

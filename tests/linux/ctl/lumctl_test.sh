@@ -8,15 +8,15 @@ run=$(realpath -- "${1:?the path of linux/root/run is missing}")
 bin=$(realpath -- "${2:?the folder of the programs is missing}")
 read -ra emulator <<<"${LUM_EMULATOR-}"
 work=$(mktemp -d) || exit
-tree=$work/tree
-dropbox=$tree/data/vendor/lum
+root=$work/root
+dropbox=$root/data/vendor/lum
 failures=0
 
 stop_service() { # SIGNAL
-    [[ -s $tree/data/service.pid ]] || return
-    kill -s "$1" "$(<"$tree/data/service.pid")"
+    [[ -s $root/data/service.pid ]] || return
+    kill -s "$1" "$(<"$root/data/service.pid")"
     wait "$launcher" 2>/dev/null
-    rm -f "$tree/data/service.pid"
+    rm -f "$root/data/service.pid"
 }
 
 # shellcheck disable=SC2317 # called when the test exits
@@ -31,9 +31,9 @@ fail() {
     failures=$((failures + 1))
 }
 
-# Runs lumctl inside the test's tree. Sets status, out and err.
+# Runs lumctl inside the test's root. Sets status, out and err.
 lumctl() {
-    "${emulator[@]}" "$bin/lumctl" --device "$tree" "$@" >"$work/out" 2>"$work/err"
+    "${emulator[@]}" "$bin/lumctl" --root "$root" "$@" >"$work/out" 2>"$work/err"
     status=$?
     out=$(<"$work/out") err=$(<"$work/err")
 }
@@ -59,7 +59,7 @@ holds() { # PATH FILE
 start_service() {
     local tries
     # shellcheck disable=SC2016 # expanded inside
-    "$run" --quiet --tree "$tree" sh -c 'echo $$ >/data/service.pid; exec "$@"' sh \
+    "$run" --quiet --root "$root" sh -c 'echo $$ >/data/service.pid; exec "$@"' sh \
         "${emulator[@]}" "$bin/vendor.tav.lumvndhal_aidl-service" --version-text 2.1 \
         >>"$work/service.log" 2>&1 &
     launcher=$!
@@ -82,13 +82,13 @@ tells_what_is_wrong_without_a_service() {
     fails 2 "*'$work/none'*No such file*" put "$work/none" /f
     fails 2 '*a directory*' put "$work" /f
     fails 2 "'a\\\\nb' is no path*" mkdir $'a\nb'
-    fails 2 '*no device tree*' --device "$work/none" list
-    fails 2 '*no device tree*new-tree*' --device "$work" list
+    fails 2 '*no device root*' --root "$work/none" list
+    fails 2 '*no device root*new-root*' --root "$work" list
     does '\[\]' list --json
     local command
     for command in ping info 'mkdir /a' 'put /dev/null /a' 'module on 3'; do
         # shellcheck disable=SC2086 # words
-        fails 3 "the service 'default' in the device tree '$tree' is not running: *dev service*" \
+        fails 3 "the service 'default' in the device root '$root' is not running: *dev service*" \
             $command
     done
 }
@@ -102,8 +102,8 @@ interface hash     ????????????????????????????????????????
 round trip *of 3' ping -c 3
     does '{*"interface_version": 1,*"hash_is_ours": true,*"round_trips": 10,*}' ping --json
     fails 3 "*'other'*" ping --instance other
-    (ANDROID_DEVICE_TREE=$tree "${emulator[@]}" "$bin/lumctl" ping >/dev/null) ||
-        fail 'the tree is not found by the environment'
+    (ANDROID_DEVICE_ROOT=$root "${emulator[@]}" "$bin/lumctl" ping >/dev/null) ||
+        fail 'the root is not found by the environment'
 }
 
 makes_and_removes_directories() {
@@ -147,7 +147,7 @@ stores_files_of_several_clients_at_once() {
         clients=()
         for client in 1 2 3 4; do
             head -c 1500000 /dev/urandom >"$work/of$client"
-            "${emulator[@]}" "$bin/lumctl" --device "$tree" put --via queue "$work/of$client" \
+            "${emulator[@]}" "$bin/lumctl" --root "$root" put --via queue "$work/of$client" \
                 "/of$client" >"$work/out$client" 2>&1 &
             clients+=($!)
         done
@@ -181,12 +181,12 @@ serial number *' info
     does 'APPS*|META*' build-id
     does '2.1.3' version
     does '457+*' chipset
-    mv "$tree/vendor/firmware_mnt/verinfo/ver_info.txt" "$work"
+    mv "$root/vendor/firmware_mnt/verinfo/ver_info.txt" "$work"
     fails 1 '*not available*ver_info.txt*' build-id
     does 'build id       not available
 *' info
     does '{*"build_id": null,*}' info --json
-    mv "$work/ver_info.txt" "$tree/vendor/firmware_mnt/verinfo"
+    mv "$work/ver_info.txt" "$root/vendor/firmware_mnt/verinfo"
 }
 
 runs_campaigns() {
@@ -223,7 +223,7 @@ sends_words_and_statistics() {
 }
 
 outlives_a_service_that_is_killed() {
-    "${emulator[@]}" "$bin/lumctl" --device "$tree" ping -c 100000 >"$work/out" 2>"$work/err" &
+    "${emulator[@]}" "$bin/lumctl" --root "$root" ping -c 100000 >"$work/out" 2>"$work/err" &
     local client=$! tries
     for ((tries = 0; tries < 200; tries++)); do # its first socket is the one to the service
         [[ $(readlink "/proc/$client/fd/"*) == *socket:* ]] && break
@@ -240,7 +240,7 @@ outlives_a_service_that_is_killed() {
     does '*' mkdir /again
 }
 
-"${run%/*}/new-tree" "$tree" || exit
+"${run%/*}/new-root" "$root" || exit
 tells_what_is_wrong_without_a_service
 start_service
 finds_the_service

@@ -1,4 +1,4 @@
-// The property store. Runs in a device tree of its own, in which /dev/__properties__ can be
+// The property store. Runs in a device root of its own, in which /dev/__properties__ can be
 // written.
 #include <cutils/properties.h>
 #include <gtest/gtest.h>

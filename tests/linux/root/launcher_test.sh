@@ -6,7 +6,7 @@
 set -u
 
 run=$(realpath -- "${1:?the path of linux/root/run is missing}")
-new_tree=${run%/*}/new-tree
+new_root=${run%/*}/new-root
 work=$(mktemp -d) || exit
 # A child that a signal hits before it has become the launcher runs this trap too.
 trap '[[ $BASHPID != "$$" ]] || { chmod -R u+rwX "$work"; rm -rf "$work"; }' EXIT
@@ -36,34 +36,34 @@ wait_for_file() {
     expect 'a file that appears' "$1" ''
 }
 
-shows_the_tree_at_the_real_paths() {
+shows_the_root_at_the_real_paths() {
     # shellcheck disable=SC2016 # expanded inside
     local look='cat /sys/devices/soc0/soc_id /mnt/vendor/persist/lum/frc.dat
         grep -c PROD /vendor/firmware_mnt/verinfo/ver_info.txt
         cat /dev/__properties__/vendor.tav.lum.frc.disable; echo
         cd /data/vendor/lum/shared/1503 && ls -A | wc -l; test -d /dev/socket/binder; echo $?'
     expect 'the sample' $'457\n3\n5\n0\n0\n0' "$(device --sample sh -c "$look")"
-    expect 'an empty tree' '' "$(device --empty find /data /mnt /sys /vendor ! -type d)"
+    expect 'an empty root' '' "$(device --empty find /data /mnt /sys /vendor ! -type d)"
 }
 
-writes_into_the_tree_alone() {
-    local tree=$work/tree-$means name=launcher-test-$$
-    "$new_tree" "$tree" --empty
+writes_into_the_root_alone() {
+    local root=$work/root-$means name=launcher-test-$$
+    "$new_root" "$root" --empty
     # shellcheck disable=SC2016 # expanded inside
-    device --tree "$tree" sh -c 'cd /data/vendor/lum
+    device --root "$root" sh -c 'cd /data/vendor/lum
         for d in . /dev/__properties__ /dev/socket/binder; do echo "$0" >"$d/$0"; done' "$name"
-    expect 'files in the tree' $'data/vendor/lum\ndev/__properties__\ndev/socket/binder' \
-        "$(cd "$tree" && find . -name "$name" -printf '%P\n' | sed "s,/$name,," | sort)"
+    expect 'files in the root' $'data/vendor/lum\ndev/__properties__\ndev/socket/binder' \
+        "$(cd "$root" && find . -name "$name" -printf '%P\n' | sed "s,/$name,," | sort)"
     expect 'files on the host' '' \
         "$(ls -d /{data/vendor/lum,dev/__properties__}/"$name" 2>/dev/null)"
     expect 'seen by the next command' "$name" \
-        "$(device --tree "$tree" cat "/data/vendor/lum/$name")"
+        "$(device --root "$root" cat "/data/vendor/lum/$name")"
 }
 
 keeps_the_surroundings() {
     # shellcheck disable=SC2016 # expanded inside
     local look='pwd; id -u; echo "$KEPT"; echo "$DEVICE_WITH"; cat /proc/$$/comm
-        test /data/vendor -ef "$DEVICE_TREE_DIR/data/vendor" && echo same; head -c 2 /dev/zero | wc -c
+        test /data/vendor -ef "$DEVICE_ROOT_DIR/data/vendor" && echo same; head -c 2 /dev/zero | wc -c
         echo 2>/dev/null x >/dev/full || echo full'
     expect 'the surroundings' "$(printf '%s\n' "$work" "$(id -u)" kept "$means" sh same 2 full)" \
         "$(cd "$work" && KEPT=kept device sh -c "$look")"
@@ -143,19 +143,19 @@ loses_no_early_signal() {
 }
 
 explains_what_is_wrong() {
-    mkdir -p "$work/no tree"
+    mkdir -p "$work/no root"
     touch "$work/file"
-    expect 'a missing tree' "*no tree $work/missing" "$(complaint --tree "$work/missing" true)"
-    expect 'a folder that is none' '*it has no data' "$(complaint --tree "$work/no tree" true)"
+    expect 'a missing root' "*no root $work/missing" "$(complaint --root "$work/missing" true)"
+    expect 'a folder that is none' '*it has no data' "$(complaint --root "$work/no root" true)"
     expect 'no command' '*no command*' "$(complaint --sample)"
     expect 'an unknown option' '*unknown option --nonsense*' "$(complaint --nonsense true)"
     expect 'a size that is none' '*PATH:BYTES*' "$(complaint --tmpfs /data:many true)"
-    expect 'a mount outside' '*no path of a device tree' "$(complaint --tmpfs /etc:4096 true)"
-    expect 'the means and the tree' "device: $means, tree $TMPDIR/device.*" "$(complaint true)"
-    device --tree "$work/missing" true 2>/dev/null
+    expect 'a mount outside' '*no path of a device root' "$(complaint --tmpfs /etc:4096 true)"
+    expect 'the means and the root' "device: $means, root $TMPDIR/device.*" "$(complaint true)"
+    device --root "$work/missing" true 2>/dev/null
     expect 'status of a failed launcher' 125 $?
-    expect 'a tree over something' '*is not empty' "$("$new_tree" "$work" 2>&1)"
-    expect 'a tree over a file' '*is no directory' "$("$new_tree" "$work/file" 2>&1)"
+    expect 'a root over something' '*is not empty' "$("$new_root" "$work" 2>&1)"
+    expect 'a root over a file' '*is no directory' "$("$new_root" "$work/file" 2>&1)"
 }
 
 fills_a_small_file_system() {
@@ -179,8 +179,8 @@ for means in bubblewrap fakechroot; do
         continue
     fi
     tested=yes
-    shows_the_tree_at_the_real_paths
-    writes_into_the_tree_alone
+    shows_the_root_at_the_real_paths
+    writes_into_the_root_alone
     keeps_the_surroundings
     passes_arguments_unchanged
     passes_the_exit_status_and_cleans_up

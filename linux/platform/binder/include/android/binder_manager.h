@@ -5,8 +5,8 @@
 // Finding services by instance name: 1 to 88 characters of letters, digits, '_', '-', '.' and '/'.
 //
 // Services of other processes are found under /dev/socket/binder, one unix socket each. The
-// environment variable ANDROID_DEVICE_TREE, read once, names a folder to look under instead of the
-// root, for a client that runs outside of the device tree. Who may write to a socket may call.
+// environment variable ANDROID_DEVICE_ROOT, read once, names a folder to look under instead of the
+// root, for a client that runs outside of the device root. Who may write to a socket may call.
 
 extern "C" {
 
