@@ -56,14 +56,26 @@ std::shared_ptr<LumvndhalImpl> makeService(const Options& options) {
     return service;
 }
 
+// What the service manager means. On a device its own lines in the log say which of two it is, and
+// a second service of the name takes the place of the first without a word.
+const char* reasonOf(binder_exception_t refusal) {
+    switch (refusal) {
+        case EX_ILLEGAL_STATE:
+            return "a living service has this name already";
+        case EX_ILLEGAL_ARGUMENT:
+            return "this is no valid name, or no VINTF manifest declares it";
+        case EX_SECURITY:
+            return "this process may not register it";
+        default:
+            return "the service manager did not take it";
+    }
+}
+
 bool registerService(LumvndhalImpl& service, const std::string& name) {
     const binder_exception_t result =
             AServiceManager_addService(service.asBinder().get(), name.c_str());
     if (result == EX_NONE) return true;
-    const char* why = result == EX_ILLEGAL_STATE      ? "a living service has this name already"
-                      : result == EX_ILLEGAL_ARGUMENT ? "this is no valid name"
-                                                      : "the service manager did not take it";
-    std::fprintf(stderr, "Cannot register %s: %s\n", name.c_str(), why);
+    std::fprintf(stderr, "Cannot register %s: %s\n", name.c_str(), reasonOf(result));
     return false;
 }
 
