@@ -26,9 +26,7 @@ using aidl::vendor::tav::lumvndhal_aidl::ILumvndhal;
 using aidl::vendor::tav::lumvndhal_aidl::LumvndhalImpl;
 using bench::number;
 using bench::Samples;
-using Queue =
-        ::android::AidlMessageQueue<int8_t,
-                                    ::aidl::android::hardware::common::fmq::SynchronizedReadWrite>;
+using Queue = LumvndhalImpl::ByteQueue;
 
 constexpr char kFile[] = "/data/vendor/lum/f";
 constexpr int kRingGrantor = 2;
@@ -70,7 +68,7 @@ class RingView {
     const char* bytes() const { return static_cast<const char*>(mMemory) + mOffset; }
 
   private:
-    ILumvndhal::ByteQueueDescriptor mDesc;
+    LumvndhalImpl::ByteQueueDescriptor mDesc;
     size_t mSize;
     size_t mOffset = 0;
     void* mMemory = nullptr;

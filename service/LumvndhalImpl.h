@@ -25,6 +25,12 @@ namespace aidl::vendor::tav::lumvndhal_aidl {
 // line in the log. Nothing is thrown.
 class __attribute__((visibility("default"))) LumvndhalImpl : public BnLumvndhal {
   public:
+    // A client's queue, and the descriptor that it hands over to share it.
+    using ByteQueue = ::android::AidlMessageQueue<
+            int8_t, ::aidl::android::hardware::common::fmq::SynchronizedReadWrite>;
+    using ByteQueueDescriptor = ::aidl::android::hardware::common::fmq::MQDescriptor<
+            int8_t, ::aidl::android::hardware::common::fmq::SynchronizedReadWrite>;
+
     // The session operator: the campaign engine of the hosting executable. Plain functions, which
     // the service calls and does not own; see campaign/ for when.
     //
@@ -107,10 +113,8 @@ class __attribute__((visibility("default"))) LumvndhalImpl : public BnLumvndhal 
     void delete_dir_tree(const char* path);
 
   private:
-    std::unique_ptr<::android::AidlMessageQueue<
-            int8_t, ::aidl::android::hardware::common::fmq::SynchronizedReadWrite>>
-            mFmqSync;  // guarded by mLock
-    std::mutex mLock;  // held by each interface method
+    std::unique_ptr<ByteQueue> mFmqSync;  // guarded by mLock
+    std::mutex mLock;                     // held by each interface method
     std::string mLumtrVersion;
     SetCampOperation mSetCampOperation = nullptr;
     SetCampModuleOperation mSetCampModuleOperation = nullptr;

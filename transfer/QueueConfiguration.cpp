@@ -6,7 +6,6 @@
 namespace aidl::vendor::tav::lumvndhal_aidl {
 
 ::ndk::ScopedAStatus LumvndhalImpl::configure(const ByteQueueDescriptor& desc, bool* result) {
-    using ByteQueue = decltype(mFmqSync)::element_type;
     const std::lock_guard<std::mutex> lock(mLock);
     // A descriptor that is refused replaces the queue as well: a failure never leaves the client
     // with the queue that it meant to give up.

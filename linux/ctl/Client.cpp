@@ -126,7 +126,7 @@ bool Client::writeFile(const std::string& path, const std::vector<uint8_t>& data
     return written;
 }
 
-bool Client::configure(const ILumvndhal::ByteQueueDescriptor& descriptor) {
+bool Client::configure(const ByteQueueDescriptor& descriptor) {
     bool attached = false;
     expectDelivered(mService->configure(descriptor, &attached));
     return attached;

@@ -13,6 +13,10 @@ namespace lumctl {
 using ::aidl::vendor::tav::lumvndhal_aidl::ILumvndhal;
 using ::aidl::vendor::tav::lumvndhal_aidl::LumvndhalGenericData;
 
+// What a client hands over to share its queue of bytes.
+using ByteQueueDescriptor = ::aidl::android::hardware::common::fmq::MQDescriptor<
+        int8_t, ::aidl::android::hardware::common::fmq::SynchronizedReadWrite>;
+
 // Where instances are looked for, for people: "the device root '/x'" or "this device".
 std::string placeName();
 
@@ -41,7 +45,7 @@ class Client {
 
     int32_t updateDropbox(const std::string& path, bool create);
     bool writeFile(const std::string& path, const std::vector<uint8_t>& data);
-    bool configure(const ILumvndhal::ByteQueueDescriptor& descriptor);
+    bool configure(const ByteQueueDescriptor& descriptor);
     bool requestRead(const std::string& path, int32_t count);
     Answer get(const std::string& command);
     int32_t set(const std::string& command, const std::string& parameter);

@@ -11,6 +11,8 @@ namespace aidl::vendor::tav::lumvndhal_aidl {
 namespace {
 
 using ::ndk::ScopedAStatus;
+using ByteQueueDescriptor = ::aidl::android::hardware::common::fmq::MQDescriptor<
+        int8_t, ::aidl::android::hardware::common::fmq::SynchronizedReadWrite>;
 
 // Reads the arguments in their order, up to the first that fails.
 template <class... Args>
@@ -30,7 +32,7 @@ binder_status_t reply(AParcel* out, const ScopedAStatus& outcome, const Results&
 }
 
 binder_status_t configure(BnLumvndhal* service, const AParcel* in, AParcel* out) {
-    ILumvndhal::ByteQueueDescriptor desc;
+    ByteQueueDescriptor desc;
     bool result = false;
     const binder_status_t status = read(in, &desc);
     return status != STATUS_OK ? status : reply(out, service->configure(desc, &result), result);

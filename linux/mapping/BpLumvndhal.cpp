@@ -42,7 +42,10 @@ ScopedAStatus call(AIBinder* binder, Transaction code, std::tuple<Results*...> r
 
 }  // namespace
 
-ScopedAStatus BpLumvndhal::configure(const ByteQueueDescriptor& desc, bool* result) {
+ScopedAStatus BpLumvndhal::configure(
+        const ::aidl::android::hardware::common::fmq::MQDescriptor<
+                int8_t, ::aidl::android::hardware::common::fmq::SynchronizedReadWrite>& desc,
+        bool* result) {
     return call(asBinderReference().get(), kConfigure, std::tuple(result), desc);
 }
 

@@ -16,10 +16,8 @@
 namespace {
 
 using namespace support;
-using Queue =
-        ::android::AidlMessageQueue<int8_t,
-                                    ::aidl::android::hardware::common::fmq::SynchronizedReadWrite>;
-using Descriptor = ILumvndhal::ByteQueueDescriptor;
+using Queue = LumvndhalImpl::ByteQueue;
+using Descriptor = LumvndhalImpl::ByteQueueDescriptor;
 
 const std::string kRoot = kDropbox;
 const std::string kTaken = "LumvndhalImpl::request_read(), path=";

@@ -37,7 +37,7 @@ class QueueService : public BnLumvndhal {
     int configured = 0;
     std::string stored;
 
-    ScopedAStatus configure(const ByteQueueDescriptor& desc, bool* result) override {
+    ScopedAStatus configure(const lumctl::ByteQueueDescriptor& desc, bool* result) override {
         ++configured;
         mQueue = std::make_unique<Queue>(desc);
         *result = mQueue->isValid();

@@ -10,7 +10,10 @@ class BpLumvndhal : public ::ndk::BpCInterface<ILumvndhal> {
   public:
     using ::ndk::BpCInterface<ILumvndhal>::BpCInterface;
 
-    ::ndk::ScopedAStatus configure(const ByteQueueDescriptor& desc, bool* result) override;
+    ::ndk::ScopedAStatus configure(
+            const ::aidl::android::hardware::common::fmq::MQDescriptor<
+                    int8_t, ::aidl::android::hardware::common::fmq::SynchronizedReadWrite>& desc,
+            bool* result) override;
     ::ndk::ScopedAStatus request_read(const std::string& path, int32_t count,
                                       bool* result) override;
     ::ndk::ScopedAStatus get_vnd_data(const std::string& cmd, LumvndhalGenericData* vnd_data,

@@ -15,9 +15,6 @@ namespace aidl::vendor::tav::lumvndhal_aidl {
 // The interface of the vendor service; what each method does is told by ILumvndhal.aidl.
 class ILumvndhal : public ::ndk::ICInterface {
   public:
-    using ByteQueueDescriptor = ::aidl::android::hardware::common::fmq::MQDescriptor<
-            int8_t, ::aidl::android::hardware::common::fmq::SynchronizedReadWrite>;
-
     static const char* descriptor;
     static constexpr int32_t version = 1;
     // Of the frozen definition of this version.
@@ -27,7 +24,10 @@ class ILumvndhal : public ::ndk::ICInterface {
     // Null for null and for a binder of another interface.
     static std::shared_ptr<ILumvndhal> fromBinder(const ::ndk::SpAIBinder& binder);
 
-    virtual ::ndk::ScopedAStatus configure(const ByteQueueDescriptor& desc, bool* result) = 0;
+    virtual ::ndk::ScopedAStatus configure(
+            const ::aidl::android::hardware::common::fmq::MQDescriptor<
+                    int8_t, ::aidl::android::hardware::common::fmq::SynchronizedReadWrite>& desc,
+            bool* result) = 0;
     virtual ::ndk::ScopedAStatus request_read(const std::string& path, int32_t count,
                                               bool* result) = 0;
     virtual ::ndk::ScopedAStatus get_vnd_data(const std::string& cmd,
