@@ -3,6 +3,7 @@
 #include "Log.h"
 #include "LumvndhalImpl.h"
 #include "ModuleNumber.h"
+#include "TextMatch.h"
 
 namespace aidl::vendor::tav::lumvndhal_aidl {
 namespace {
@@ -10,10 +11,6 @@ namespace {
 // Operation codes of the session operator.
 constexpr uint32_t kStop = 0;
 constexpr uint32_t kStart = 1;
-
-bool contains(const std::string& text, const char* word) {
-    return text.find(word) != std::string::npos;
-}
 
 }  // namespace
 

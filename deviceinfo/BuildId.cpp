@@ -78,6 +78,7 @@ void LumvndhalImpl::get_build_id(char* out, int* len) {
         }
         escapeColonAndBar(identifier.value.get(), value);
     }
+    file.close();
     if (apps.value == nullptr && meta.value == nullptr) {
         LUM_LOGI("%s: Both APPS_ID and META_ID are not found. Use platform BuildId\n", kName);
         return;

@@ -40,6 +40,7 @@ int64_t LumvndhalImpl::get_factory_reset_count() {
     }
     char line[kLineSize] = {};
     static_cast<void>(file.readLine(line));  // a file without a line counts as 0
+    file.close();
     // Reads as atoll does, but a number too large is the largest one instead of anything at all.
     const long long count = std::strtoll(line, nullptr, 10);
     LUM_LOGI("%s:LUM_FACTORY_RESET_COUNT_PERSIST_FILE : %lld, %s", kName, count, line);

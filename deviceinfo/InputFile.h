@@ -5,15 +5,14 @@
 
 namespace aidl::vendor::tav::lumvndhal_aidl {
 
-// A text file that is read line by line. Closed when it goes out of scope. Used by one thread.
+// A text file that is read line by line. Closed when it goes out of scope, if not before.
+// Used by one thread.
 //
 // Opening succeeds for a directory too, as fopen does; it then has no lines.
 class InputFile {
   public:
     explicit InputFile(const char* path) : mStream(std::fopen(path, "re")) {}
-    ~InputFile() {
-        if (mStream != nullptr) static_cast<void>(std::fclose(mStream));
-    }
+    ~InputFile() { close(); }
     InputFile(const InputFile&) = delete;
     InputFile& operator=(const InputFile&) = delete;
 
@@ -29,8 +28,14 @@ class InputFile {
         return false;
     }
 
+    // Does nothing when the file is not open.
+    void close() {
+        if (mStream != nullptr) static_cast<void>(std::fclose(mStream));
+        mStream = nullptr;
+    }
+
   private:
-    FILE* const mStream;
+    FILE* mStream;
 };
 
 }  // namespace aidl::vendor::tav::lumvndhal_aidl

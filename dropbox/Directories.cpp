@@ -7,6 +7,7 @@
 
 #include "Log.h"
 #include "LumvndhalImpl.h"
+#include "TextMatch.h"
 
 namespace aidl::vendor::tav::lumvndhal_aidl {
 namespace {
@@ -30,7 +31,7 @@ bool isSelfOrParent(const char* name) {
 }  // namespace
 
 std::string LumvndhalImpl::validate_path(std::string path) {
-    if (path.empty() || path.find("..") != std::string::npos) return {};
+    if (path.empty() || contains(path, "..")) return {};
     return path.insert(0, kRoot);
 }
 

@@ -27,10 +27,11 @@ bool writeContent(OutputFile* file, const std::vector<uint8_t>& data, int32_t le
         LUM_LOGI("LumvndhalImpl::write_data_to_vendor_dropbox(), spath=%s length=%d",
                  spath.c_str() + kUnloggedPathLength, length);
     }
-    const std::string path = validate_path(spath);
-    OutputFile file(path);
-    *result = file.isOpen() && writeContent(&file, data, length);
-    if (file.isOpen()) {
+    OutputFile file(validate_path(spath));
+    const bool opened = file.isOpen();
+    *result = opened && writeContent(&file, data, length);
+    file.close();
+    if (opened) {
         LUM_LOGI("LumvndhalImpl::write_data_to_vendor_dropbox(), bres=%d ", *result ? 1 : 0);
     }
     return ::ndk::ScopedAStatus::ok();

@@ -4,7 +4,7 @@
 
 namespace aidl::vendor::tav::lumvndhal_aidl {
 
-// Defined here so that both are part of the library and see the whole queue type.
+// Defined here so that both are part of the library.
 LumvndhalImpl::LumvndhalImpl() = default;
 LumvndhalImpl::~LumvndhalImpl() = default;
 

@@ -1,8 +1,9 @@
 #include <fcntl.h>
-#include <unistd.h>
 
 #include "Log.h"
 #include "LumvndhalImpl.h"
+#include "OutputFile.h"
+#include "TextMatch.h"
 
 namespace aidl::vendor::tav::lumvndhal_aidl {
 namespace {
@@ -39,8 +40,7 @@ int32_t storeNetworkStatistics(const std::string& block) {
         return -1;
     }
     // What becomes of the write is not looked at: the next block replaces this one anyway.
-    [[maybe_unused]] const ssize_t written =
-            ::write(file.get(), block.data() + kLengthSize, payload);
+    static_cast<void>(writeAll(file.get(), block.data() + kLengthSize, payload));
     return 0;
 }
 
@@ -59,7 +59,7 @@ bool isModuleWord(const std::string& cmd) {
                                                  int32_t* result) {
     const std::lock_guard<std::mutex> lock(mLock);
     LUM_LOGV("set_vnd_data(), cmd=%s ", cmd.c_str());
-    if (cmd.rfind("LUMNETSTATS", 0) == 0) {
+    if (beginsWith(cmd, "LUMNETSTATS")) {
         *result = storeNetworkStatistics(param);
     } else if (isCampaignWord(cmd)) {
         *result = setCampOperation(cmd, param);

@@ -4,6 +4,7 @@
 
 #include "Log.h"
 #include "LumvndhalImpl.h"
+#include "TextMatch.h"
 
 namespace aidl::vendor::tav::lumvndhal_aidl {
 namespace {
@@ -12,42 +13,36 @@ constexpr char kFrcDisable[] = "vendor.tav.lum.frc.disable";
 // Bytes of the buffer that a fact or a status passes through, its NUL included.
 constexpr int kTextSize = 2048;
 
-bool beginsWith(const std::string& text, const char* word) {
-    return text.rfind(word, 0) == 0;
-}
-
-bool contains(const std::string& text, const char* word) {
-    return text.find(word) != std::string::npos;
-}
-
 // A reply is a C text on its way: one that holds a NUL ends there, whatever size goes with it.
-void setReply(LumvndhalGenericData* reply, const char* text, int32_t size) {
-    reply->data = text;
-    reply->data_size = size;
+LumvndhalGenericData makeReply(const char* text, int32_t size) {
+    LumvndhalGenericData reply;
+    reply.data = text;
+    reply.data_size = size;
+    return reply;
 }
 
-void replyBuildId(LumvndhalImpl* service, LumvndhalGenericData* reply) {
+LumvndhalGenericData buildId(LumvndhalImpl* service) {
     char text[kTextSize] = {};
     int length = -1;
     service->get_build_id(text, &length);
-    setReply(reply, text, length);
+    return makeReply(text, length);
 }
 
-void replyChipsetSerial(LumvndhalImpl* service, LumvndhalGenericData* reply) {
+LumvndhalGenericData chipsetSerial(LumvndhalImpl* service) {
     char text[kTextSize] = {};
     int length = kTextSize;
     service->get_chipset_serial(text, &length);
-    setReply(reply, text, length);
+    return makeReply(text, length);
 }
 
-void replyVersion(LumvndhalImpl* service, std::string version, LumvndhalGenericData* reply) {
+LumvndhalGenericData versionText(LumvndhalImpl* service, std::string text) {
     if (service->check_property_value(kFrcDisable, "1")) {
         LUM_LOGD("FRC_DISABLE\n");
     } else {
         LUM_LOGD("FRC_ENABLE\n");
-        version += '.' + std::to_string(service->get_factory_reset_count());
+        text += '.' + std::to_string(service->get_factory_reset_count());
     }
-    setReply(reply, version.c_str(), static_cast<int32_t>(version.size()));
+    return makeReply(text.c_str(), static_cast<int32_t>(text.size()));
 }
 
 bool isUtf8Continuation(char c) {
@@ -66,23 +61,23 @@ void cutToBuffer(std::string* text) {
     text->resize(isUtf8Continuation((*text)[end]) ? kMostText : end);
 }
 
-void replyCampStatus(LumvndhalImpl* service, const std::string& cmd, LumvndhalGenericData* reply) {
+LumvndhalGenericData campStatus(LumvndhalImpl* service, const std::string& cmd) {
     std::string status = service->getCampStatus(cmd);
     cutToBuffer(&status);
-    setReply(reply, status.c_str(), static_cast<int32_t>(status.size()));
+    return makeReply(status.c_str(), static_cast<int32_t>(status.size()));
 }
 
 // The state may be of any length, so it travels in a buffer of its own, and the client is told when
 // there is no memory for that.
-void replyCollectorsState(LumvndhalImpl* service, const std::string& cmd,
-                          LumvndhalGenericData* reply) {
+LumvndhalGenericData collectorsState(LumvndhalImpl* service, const std::string& cmd) {
     constexpr char kUnknown[] = "UNKNOWN";
     const std::string state = service->getCollectorsState(cmd);
     const std::unique_ptr<char[]> copy(new (std::nothrow) char[state.size() + 1]);
-    if (copy == nullptr) return setReply(reply, kUnknown, sizeof(kUnknown) - 1);
+    if (copy == nullptr) return makeReply(kUnknown, sizeof(kUnknown) - 1);
     std::memcpy(copy.get(), state.c_str(), state.size() + 1);
-    setReply(reply, copy.get(), static_cast<int32_t>(state.size()));
-    LUM_LOGD("data_size=%d", reply->data_size);
+    const auto size = static_cast<int32_t>(state.size());
+    LUM_LOGD("data_size=%d", size);
+    return makeReply(copy.get(), size);
 }
 
 }  // namespace
@@ -91,15 +86,15 @@ void replyCollectorsState(LumvndhalImpl* service, const std::string& cmd,
                                                  LumvndhalGenericData* vnd_data, int32_t* result) {
     const std::lock_guard<std::mutex> lock(mLock);
     if (beginsWith(cmd, "BUILDID")) {
-        replyBuildId(this, vnd_data);
+        *vnd_data = buildId(this);
     } else if (beginsWith(cmd, "LUMTR_VERSION")) {
-        replyVersion(this, mLumtrVersion, vnd_data);
+        *vnd_data = versionText(this, mLumtrVersion);
     } else if (beginsWith(cmd, "CHIPSET_SERIAL")) {
-        replyChipsetSerial(this, vnd_data);
+        *vnd_data = chipsetSerial(this);
     } else if (contains(cmd, "statusCamp")) {
-        replyCampStatus(this, cmd, vnd_data);
+        *vnd_data = campStatus(this, cmd);
     } else if (contains(cmd, "collectorsState")) {
-        replyCollectorsState(this, cmd, vnd_data);
+        *vnd_data = collectorsState(this, cmd);
     } else {
         return ::ndk::ScopedAStatus::ok();
     }

@@ -1,8 +1,14 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
+#include <signal.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "Files.h"
@@ -96,6 +102,39 @@ TEST_P(FileWrite, MakesAnEmptyFileForTheCountZeroWhateverTheData) {
     EXPECT_EQ(mService.takeLog(), (LogLines{info(kResult + "1 "), info(kResult + "1 ")}));
     EXPECT_EQ(readFile(kRoot + "/f"), "");
     EXPECT_EQ(readFile(kRoot + "/g"), "");
+}
+
+// A full pipe keeps the writer waiting until a signal ends its call: with a part of the bytes the
+// first time, with none when the pipe is still full.
+TEST(FileWriteSignals, DoNotCutAFileShort) {
+    static std::atomic<int> interruptions{0};
+    struct sigaction count = {};
+    count.sa_handler = [](int) { ++interruptions; };
+    ::sigaction(SIGUSR1, &count, nullptr);  // without SA_RESTART
+    const std::string pipe = kRoot + "/pipe";
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    const std::vector<uint8_t> sent(200000, 'x');
+    std::thread reader([&pipe, &sent, writer = ::pthread_self()] {
+        const int fd = ::open(pipe.c_str(), O_RDONLY);
+        const int capacity = ::fcntl(fd, F_GETPIPE_SZ);
+        for (int waiting = 0; waiting < capacity; ::usleep(1000)) ::ioctl(fd, FIONREAD, &waiting);
+        for (int i = 1; i <= 5; ++i) {
+            ::pthread_kill(writer, SIGUSR1);
+            while (interruptions < i) ::usleep(1000);
+        }
+        std::vector<uint8_t> received(sent.size());
+        size_t got = 0;
+        for (ssize_t n; (n = ::read(fd, received.data() + got, received.size() - got)) > 0;) {
+            got += static_cast<size_t>(n);
+        }
+        EXPECT_EQ(received, sent);
+        ::close(fd);
+    });
+    ServiceUnderTest service(From::kSameProcess);
+    bool result = false;
+    service->write_data_to_vendor_dropbox("/pipe", sent, 200000, &result);
+    EXPECT_TRUE(result);
+    reader.join();
 }
 
 INSTANTIATE_TEST_SUITE_P(, FileWrite, testing::Values(From::kSameProcess, From::kOtherProcess),
