@@ -23,6 +23,7 @@
 
 #include "LumvndhalImpl.h"
 #include "Measure.h"
+#include "linux/platform/binder/Wire.h"
 
 namespace {
 
@@ -34,7 +35,7 @@ using bench::Samples;
 using bench::Worker;
 
 constexpr int kRounds = 20;  // floor and call take turns, so that both see the same machine
-constexpr size_t kFrameHeader = 16;
+constexpr size_t kFrameHeader = sizeof(standin::FrameHeader);
 constexpr char kFile[] = "/data/vendor/lum/f";
 const std::string kInstance = std::string(ILumvndhal::descriptor) + "/bench";
 

@@ -57,10 +57,6 @@ struct AIBinder {
 
 namespace standin {
 
-// Codes that every binder answers by itself.
-constexpr transaction_code_t kPingCode = 0x5f504e47;       // "_PNG"
-constexpr transaction_code_t kInterfaceCode = 0x5f4e5446;  // "_NTF": which interface it is of
-
 // Runs the death links of a binder that is known to be dead, or forgets them.
 void notifyDeath(AIBinder* binder);
 void dropDeathLinks(AIBinder* binder);

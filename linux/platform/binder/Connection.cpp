@@ -13,11 +13,6 @@
 namespace standin {
 namespace {
 
-constexpr uint32_t kMagic = 0x52444e42;  // "BNDR"
-constexpr size_t kUsualBuffer = 4096;
-constexpr size_t kKeptBuffer = size_t{128} * 1024;
-constexpr std::chrono::milliseconds kFrameTime{5000};
-
 using Clock = std::chrono::steady_clock;
 
 bool waitReadable(int fd, Clock::time_point deadline) {
@@ -71,7 +66,7 @@ bool fits(const AParcel& parcel) {
     return parcel.size() <= kMaxParcelSize && parcel.fds.size() <= kMaxDescriptors;
 }
 
-Connection::Connection(int fd) : mFd(fd), mBuffer(kUsualBuffer) {}
+Connection::Connection(int fd) : mFd(fd), mBuffer(kFirstBuffer) {}
 
 bool Connection::send(int32_t word, const AParcel* parcel) {
     const AParcel empty;
@@ -100,7 +95,7 @@ bool Connection::receive() {
 
 bool Connection::receiveUpTo(size_t size) {
     if (mReceived >= size) return true;
-    const auto deadline = Clock::now() + kFrameTime;
+    const auto deadline = Clock::now() + kPatience;
     while (mReceived < size) {
         makeRoom(size);
         if (!waitReadable(fd(), deadline) || !receiveSome(MSG_DONTWAIT)) return false;
@@ -154,7 +149,7 @@ bool Connection::headerIsSound() const {
 
 void Connection::trim() {
     if (mBuffer.size() <= kKeptBuffer) return;
-    mBuffer = std::vector<uint8_t>(kUsualBuffer);
+    mBuffer = std::vector<uint8_t>(kFirstBuffer);
 }
 
 int connectTo(const std::string& path, const timeval* patience) {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "Parcel.h"
+#include "Wire.h"
 
 struct cmsghdr;
 struct timeval;
@@ -18,17 +19,9 @@ namespace standin {
 // Whether a parcel may travel at all.
 bool fits(const AParcel& parcel);
 
-// What travels in front of every parcel. Both ends run on one machine: its own byte order.
-struct FrameHeader {
-    uint32_t magic;
-    uint32_t size;             // of the parcel, in bytes
-    int32_t word;              // request: transaction code; reply: binder_status_t
-    uint32_t descriptorCount;  // that travel with the frame
-};
-
 // One end of a unix stream socket over which frames go back and forth, one at a time: who has sent
 // a frame waits for the answer. A peer that breaks this, sends what is no frame, or takes longer
-// than five seconds over a frame that it has begun to send is not listened to any longer. Used by
+// than kPatience over a frame that it has begun to send is not listened to any longer. Used by
 // one thread at a time.
 class Connection {
   public:

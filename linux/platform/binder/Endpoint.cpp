@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <chrono>
 #include <memory>
+#include <thread>
 #include <utility>
 
 #include "Process.h"
@@ -19,14 +20,9 @@
 namespace standin {
 namespace {
 
-constexpr int kBacklog = 128;
-constexpr size_t kMaxCallers = 1024;
-constexpr size_t kMaxCallersOfAUser = 512;
-constexpr size_t kMaxCallersOfAProcess = 256;
-constexpr timeval kReplyTime = {5, 0};  // for a caller to read its reply
-constexpr std::chrono::seconds kClosingTime{5};
-constexpr useconds_t kPause = 20 * 1000;
-constexpr int kLockAttempts = 100;  // with a pause each: two seconds
+constexpr timeval kReplyTime = {kPatience.count(), 0};
+constexpr std::chrono::milliseconds kPause{20};
+constexpr int kLockAttempts = kLockTime / kPause;
 
 int64_t newLife() {
     int64_t life = 0;
@@ -46,7 +42,7 @@ ndk::ScopedFileDescriptor lockFolderOf(const std::string& path) {
     ndk::ScopedFileDescriptor lock(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     for (int attempt = 0; lock.get() >= 0 && ::flock(lock.get(), LOCK_EX | LOCK_NB) != 0;) {
         if (++attempt == kLockAttempts) lock.set(-1);
-        ::usleep(kPause);
+        std::this_thread::sleep_for(kPause);
         errno = EWOULDBLOCK;
     }
     return lock;
@@ -56,7 +52,7 @@ ndk::ScopedFileDescriptor lockFolderOf(const std::string& path) {
 // that was just killed may still take connections that it will never answer, so only who speaks
 // first, as a service does, lives; or who does not get round to it within a second.
 int occupationOf(const std::string& path) {
-    const timeval patience = {1, 0};
+    const timeval patience = {kProbeTime.count(), 0};
     const ndk::ScopedFileDescriptor connection(connectTo(path, &patience));
     if (connection.get() < 0) {
         if (errno == EAGAIN) return EEXIST;
@@ -139,7 +135,8 @@ void Endpoint::admitCallers() {
         } else if (isClosing()) {
             return;
         } else if (errno != EINTR && errno != ECONNABORTED) {
-            ::usleep(kPause);  // descriptors or memory lack, until callers that leave free some
+            // Descriptors or memory lack, until callers that leave free some.
+            std::this_thread::sleep_for(kPause);
         }
     }
 }
@@ -223,7 +220,7 @@ void Endpoint::close() {
     mClosing = true;
     ::shutdown(mListener.get(), SHUT_RDWR);
     for (const Caller& caller : mCallers) ::shutdown(caller.fd, SHUT_RD);
-    mForgotten.wait_for(lock, kClosingTime, [&] { return mCallers.empty(); });
+    mForgotten.wait_for(lock, kPatience, [&] { return mCallers.empty(); });
 }
 
 }  // namespace standin

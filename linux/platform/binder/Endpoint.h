@@ -27,7 +27,7 @@ class Endpoint {
 
     const ndk::SpAIBinder& binder() const { return mBinder; }
 
-    // Removes the socket, takes no further calls, and waits up to five seconds for those under way.
+    // Removes the socket, takes no further calls, and waits a while for those under way.
     void close();
 
   private:

@@ -12,7 +12,6 @@
 namespace {
 
 constexpr size_t kFirstCapacity = 256;
-constexpr size_t kKeptCapacity = size_t{128} * 1024;
 
 constexpr int32_t kNull = -1;
 constexpr int32_t kStrictModePolicy = INT32_MIN;
@@ -80,7 +79,7 @@ const void* AParcel::take(size_t bytes) const {
 void AParcel::reset() {
     fds.clear();
     mSize = mPosition = 0;
-    if (mCapacity <= kKeptCapacity) return;
+    if (mCapacity <= standin::kKeptBuffer) return;
     std::free(mBytes);
     mBytes = nullptr;
     mCapacity = 0;

@@ -7,14 +7,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace standin {
-
-// The most bytes that the parcel of a request or a reply may hold, and the most descriptors that
-// may travel beside it.
-constexpr size_t kMaxParcelSize = 1024 * 1024 - 8 * 1024;
-constexpr size_t kMaxDescriptors = 32;
-
-}  // namespace standin
+#include "Wire.h"
 
 // A parcel is a run of bytes with a position, and the descriptors that travel beside it. The bytes
 // are its own, or borrowed from a connection's buffer for the length of one call.

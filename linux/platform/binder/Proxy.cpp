@@ -10,9 +10,6 @@
 namespace standin {
 namespace {
 
-// A process that wants more calls at once waits; the service admits no more from one process.
-constexpr size_t kMaxConnections = 32;
-
 // Moves what the connection received into `out`, which outlives the connection's next frame.
 binder_status_t takeReply(Connection* connection, AParcel* out) {
     out->fds = connection->takeDescriptors();

@@ -20,7 +20,6 @@ namespace standin {
 namespace {
 
 constexpr char kLogTag[] = "ServiceManager";
-constexpr size_t kMaxNameLength = 88;  // which a socket's address has room for
 constexpr useconds_t kLookAgain = 20 * 1000;
 
 const std::string& socketFolder() {

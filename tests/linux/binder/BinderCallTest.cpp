@@ -34,11 +34,11 @@ TEST_F(BinderCall, RefusesWhatIsTooLargeAndGoesOn) {
     EXPECT_EQ(echo(std::string(400 * 1024, 'x')), STATUS_OK);
     EXPECT_EQ(echo(std::string(600 * 1024, 'x')), STATUS_FAILED_TRANSACTION);
     ndk::ScopedAParcel out;
-    EXPECT_EQ(call(kFill, &out, int32_t{1016 * 1024 - 4}), STATUS_OK);
+    EXPECT_EQ(call(kFill, &out, int32_t{standin::kMaxParcelSize - 4}), STATUS_OK);
     out.set(nullptr);
-    EXPECT_EQ(call(kFill, &out, int32_t{1016 * 1024}), STATUS_FAILED_TRANSACTION);
+    EXPECT_EQ(call(kFill, &out, int32_t{standin::kMaxParcelSize}), STATUS_FAILED_TRANSACTION);
     std::vector<ndk::ScopedFileDescriptor> many;
-    for (int i = 0; i < 33; ++i) many.emplace_back(::dup(0));
+    for (size_t i = 0; i <= standin::kMaxDescriptors; ++i) many.emplace_back(::dup(0));
     EXPECT_EQ(call(kReadFile, &out, many), STATUS_FAILED_TRANSACTION);
     EXPECT_EQ(echo("still there"), STATUS_OK);
 }
@@ -60,16 +60,16 @@ TEST_F(BinderCall, TellsUnknownCodesAndForeignInterfacesApart) {
 
 TEST_F(BinderCall, ServesManyCallersAtOnce) {
     std::vector<std::thread> callers;
-    std::atomic<int> done{0};
-    for (int t = 0; t < 40; ++t) {  // more than connections that a process may have
+    std::atomic<size_t> done{0};
+    for (size_t t = 0; t < standin::kMaxConnections + 8; ++t) {
         callers.emplace_back([&, t] {
-            for (int i = 0; i < 50; ++i) {
+            for (size_t i = 0; i < 50; ++i) {
                 if (echo(std::to_string(t * 1000 + i)) == STATUS_OK) ++done;
             }
         });
     }
     for (auto& caller : callers) caller.join();
-    EXPECT_EQ(done, 40 * 50);
+    EXPECT_EQ(done, (standin::kMaxConnections + 8) * 50);
 }
 
 TEST_F(BinderCallWithOneThread, TakesOneCallAtATime) {
@@ -170,8 +170,8 @@ TEST_F(BinderCall, GivesAnInstanceNameToOneLivingServiceOnly) {
 
 TEST(BinderNames, AreCheckedBeforeAnythingIsMade) {
     const ndk::SpAIBinder binder(AIBinder_new(echoClass(), nullptr));
-    for (const std::string& name :
-         {std::string(), std::string("a b"), std::string("a:b"), std::string(128, 'x')}) {
+    for (const std::string& name : {std::string(), std::string("a b"), std::string("a:b"),
+                                    std::string(standin::kMaxNameLength + 1, 'x')}) {
         EXPECT_EQ(AServiceManager_addService(binder.get(), name.c_str()), EX_ILLEGAL_ARGUMENT);
         EXPECT_EQ(AServiceManager_checkService(name.c_str()), nullptr);
     }

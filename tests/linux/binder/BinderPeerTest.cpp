@@ -2,23 +2,33 @@
 #include <netinet/in.h>
 #include <sys/socket.h>
 
+#include <algorithm>
+
 #include "EchoService.h"
 #include "linux/platform/binder/Connection.h"
 
 namespace {
 
 using namespace echo_service;
+using standin::FrameHeader;
+using standin::kMagic;
+
+constexpr FrameHeader kPing = {kMagic, 0, standin::kPingCode, 0};
+
+bool isGreeted(int fd) {
+    standin::Greeting greeting;
+    return ::recv(fd, &greeting, sizeof(greeting), MSG_WAITALL) == sizeof(greeting);
+}
 
 int rawConnection() {
     const int fd = standin::connectTo(kSocket);
     EXPECT_GE(fd, 0);
-    char hello[24];
-    EXPECT_EQ(::recv(fd, hello, sizeof(hello), MSG_WAITALL), 24);
+    EXPECT_TRUE(isGreeted(fd));
     return fd;
 }
 
 bool isClosed(int fd) {
-    const timeval patience = {8, 0};
+    const timeval patience = {standin::kPatience.count() + 3, 0};
     ::setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof(patience));
     char byte;
     const ssize_t received = ::recv(fd, &byte, 1, 0);
@@ -27,15 +37,14 @@ bool isClosed(int fd) {
 
 TEST_F(BinderCallWithOneThread, DropsPeersThatSendNonsense) {
     const size_t before = support::openDescriptors(mService->pid());
-    const uint32_t magic = 0x52444e42;
-    const uint32_t tooLarge[4] = {magic, 1024 * 1024, 1, 0};
-    const uint32_t missingDescriptor[4] = {magic, 0, kReadFile, 1};
-    const uint32_t twoFrames[8] = {magic, 0, 0x5f504e47, 0, magic, 0, 0x5f504e47, 0};
+    const FrameHeader tooLarge = {kMagic, standin::kMaxParcelSize + 1, kReadFile, 0};
+    const FrameHeader missingDescriptor = {kMagic, 0, kReadFile, 1};
+    const FrameHeader twoFrames[] = {kPing, kPing};
     const std::string garbage(5000, '\xff');
     const std::pair<const void*, size_t> attempts[] = {
             {garbage.data(), garbage.size()},
-            {tooLarge, sizeof(tooLarge)},
-            {missingDescriptor, sizeof(missingDescriptor)},
+            {&tooLarge, sizeof(tooLarge)},
+            {&missingDescriptor, sizeof(missingDescriptor)},
             {twoFrames, sizeof(twoFrames)}};
     for (const auto& [bytes, size] : attempts) {
         const ndk::ScopedFileDescriptor peer(rawConnection());
@@ -65,15 +74,14 @@ void sendDescriptors(int socket, const void* bytes, size_t size, size_t count, i
 
 TEST_F(BinderCallWithOneThread, DropsPeersThatSendTooManyDescriptors) {
     const size_t before = support::openDescriptors(mService->pid());
-    const uint32_t ping[4] = {0x52444e42, 0, 0x5f504e47, 0};
     for (const size_t count : {1U, 100U, 250U}) {
         const ndk::ScopedFileDescriptor peer(rawConnection());
-        sendDescriptors(peer.get(), ping, sizeof(ping), count);
+        sendDescriptors(peer.get(), &kPing, sizeof(kPing), count);
         EXPECT_TRUE(isClosed(peer.get())) << count;
     }
     // Spread over the bytes of one frame: the second piece is already too much.
     const ndk::ScopedFileDescriptor peer(rawConnection());
-    for (size_t i = 0; i < 2; ++i) sendDescriptors(peer.get(), &ping[i], sizeof(ping[i]), 20);
+    for (int i = 0; i < 2; ++i) sendDescriptors(peer.get(), &kPing.magic, 1, 20);
     EXPECT_TRUE(isClosed(peer.get()));
     const bool emulated = std::string(EMULATOR).find("qemu") != std::string::npos;
     EXPECT_TRUE(emulated || descriptorsSettleAt(before));  // qemu keeps what it cuts off
@@ -82,8 +90,8 @@ TEST_F(BinderCallWithOneThread, DropsPeersThatSendTooManyDescriptors) {
 
 TEST_F(BinderCallWithOneThread, DropsPeersThatSendHalfAFrameAndWait) {
     const ndk::ScopedFileDescriptor peer(rawConnection());
-    const uint32_t half[4] = {0x52444e42, 1000, kEcho, 0};
-    ASSERT_EQ(::send(peer.get(), half, sizeof(half), MSG_NOSIGNAL), 16);
+    const FrameHeader half = {kMagic, 1000, kEcho, 0};
+    ASSERT_EQ(::send(peer.get(), &half, sizeof(half), MSG_NOSIGNAL), 16);
     EXPECT_EQ(echo("meanwhile"), STATUS_OK);
     EXPECT_TRUE(isClosed(peer.get()));
 }
@@ -112,12 +120,11 @@ TEST_F(BinderCallWithOneThread, IsNotHeldUpByPeersThatDieOrNeverRead) {
 TEST_F(BinderCall, TurnsAwayAProcessWithTooManyConnectionsOnly) {
     ChildProcess other([] {
         std::vector<int> all;
-        for (int i = 0; i < 300; ++i) all.push_back(standin::connectTo(kSocket));
+        for (size_t i = 0; i < standin::kMaxCallersOfAProcess + 44; ++i)
+            all.push_back(standin::connectTo(kSocket));
         std::this_thread::sleep_for(1s);
-        char hello[24];
-        int admitted = 0;
-        for (const int fd : all) admitted += ::recv(fd, hello, sizeof(hello), MSG_WAITALL) == 24;
-        return admitted == 256 ? 0 : 1;
+        const auto admitted = std::count_if(all.begin(), all.end(), isGreeted);
+        return admitted == standin::kMaxCallersOfAProcess ? 0 : 1;
     });
     EXPECT_EQ(echo("not that process"), STATUS_OK);
     EXPECT_EQ(other.wait(), 0);
@@ -148,8 +155,8 @@ ndk::ScopedFileDescriptor lingeringSocket() {
 TEST_F(BinderCallWithOneThread, IsNotHeldUpByClosingWhatAPeerSent) {
     ndk::ScopedFileDescriptor lingering = lingeringSocket();
     const ndk::ScopedFileDescriptor peer(rawConnection());
-    const uint32_t ping[4] = {0x52444e42, 0, 0x5f504e47, 1};
-    sendDescriptors(peer.get(), ping, sizeof(ping), 1, lingering.get());
+    const FrameHeader ping = {kMagic, 0, standin::kPingCode, 1};
+    sendDescriptors(peer.get(), &ping, sizeof(ping), 1, lingering.get());
     lingering.set(-1);
     std::this_thread::sleep_for(100ms);
     const auto begin = std::chrono::steady_clock::now();

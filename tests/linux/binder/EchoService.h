@@ -15,6 +15,7 @@
 
 #include "ChildProcess.h"
 #include "Files.h"
+#include "linux/platform/binder/Wire.h"
 
 namespace echo_service {
 
