@@ -1,6 +1,6 @@
 divert(-1)
 # Stand-in for the platform's macros: those that the service's policy uses, with the same names,
-# arguments and effect.
+# arguments and effect; what the platform forbids besides is left out.
 
 # init_daemon_domain(domain): init starts the domain's executable in it.
 define(`init_daemon_domain', `
@@ -16,7 +16,6 @@ define(`hal_attribute', `
 attribute hal_$1;
 attribute hal_$1_client;
 attribute hal_$1_server;
-neverallow { hal_$1_server -halserverdomain } domain:process fork;
 ')
 
 # hal_server_domain(domain, hal_<name>), hal_client_domain(domain, hal_<name>)
@@ -30,17 +29,15 @@ typeattribute $1 halclientdomain;
 typeattribute $1 $2_client;
 ')
 
-# add_service(domain, service): the domain may register the service, and it alone.
+# add_service(domain, service): the domain may register the service.
 define(`add_service', `
 allow $1 $2:service_manager { add find };
-neverallow { domain -$1 } $2:service_manager add;
 ')
 
-# hal_attribute_service(hal_<name>, service): servers register it, clients find it, nobody else.
+# hal_attribute_service(hal_<name>, service): servers register it, clients find it.
 define(`hal_attribute_service', `
 allow $1_client $2:service_manager find;
 add_service($1_server, $2)
-neverallow { domain -$1_client -$1_server } $2:service_manager find;
 ')
 
 # binder_use(domain): may talk to the service manager, which looks at who it is.
@@ -62,7 +59,6 @@ allow $1 $2:fd use;
 # vendor_internal_prop(type): a property of the vendor partition.
 define(`vendor_internal_prop', `
 type $1, property_type, vendor_property_type, vendor_internal_property_type;
-neverallow { coredomain -init } $1:file { open read write };
 ')
 define(`get_prop', `
 allow $1 $2:file { getattr open read map };
