@@ -75,6 +75,8 @@ Client::Client(const std::string& instance) : mInstance(instance) {
     if (binder.get() == nullptr) throw noService(instance);
     mService = ILumvndhal::fromBinder(binder);
     if (mService == nullptr) {
+        // A service that died before it could say what it is has not said that it is another one.
+        expectDelivered(::ndk::ScopedAStatus::fromStatus(AIBinder_ping(binder.get())));
         throw Failure(kNotReached, "what runs as " + inQuotes(instance) + " in " + placeName() +
                                            " is not of the interface " + ILumvndhal::descriptor +
                                            ": name another one with --instance");

@@ -8,6 +8,7 @@ run=$(realpath -- "${1:?the path of linux/root/run is missing}")
 bin=$(realpath -- "${2:?the folder of the programs is missing}")
 read -ra emulator <<<"${LUM_EMULATOR-}"
 work=$(mktemp -d) || exit
+unset ANDROID_DEVICE_ROOT
 root=$work/root
 dropbox=$root/data/vendor/lum
 failures=0
@@ -224,10 +225,10 @@ sends_words_and_statistics() {
 
 outlives_a_service_that_is_killed() {
     "${emulator[@]}" "$bin/lumctl" --root "$root" ping -c 100000 >"$work/out" 2>"$work/err" &
-    local client=$! tries
-    for ((tries = 0; tries < 200; tries++)); do # its first socket is the one to the service
-        [[ $(readlink "/proc/$client/fd/"*) == *socket:* ]] && break
+    local client=$! tries waits=0
+    for ((tries = 0; tries < 200 && waits < 100; tries++)); do # each is an answer it waited for
         sleep 0.05
+        waits=$(awk '/^voluntary/ {print $2}' "/proc/$client/status")
     done
     stop_service KILL
     wait "$client"
