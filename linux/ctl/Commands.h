@@ -18,7 +18,8 @@ Report ping(const Session& session, unsigned count);
 // DropboxCommands.cpp
 Report makeDirectory(const Session& session, const std::string& path, bool parents);
 Report removeTree(const Session& session, const std::string& path, bool all);
-Report put(const Session& session, const std::string& file, const std::string& path, Way wanted);
+Report put(const Session& session, const std::string& file, const std::string& path,
+           Transport wanted);
 
 // FactCommands.cpp
 Report info(const Session& session);

@@ -14,14 +14,14 @@
 namespace lumctl {
 namespace {
 
-bool store(Client& client, const std::string& path, Way way, const Content& content) {
-    return way == Way::kCall ? client.writeFile(path, content.whole())
-                             : storeThroughQueue(client, path, content);
+bool store(Client& client, const std::string& path, Transport transport, const Content& content) {
+    return transport == Transport::kCall ? client.writeFile(path, content.whole())
+                                         : storeThroughQueue(client, path, content);
 }
 
-Report stored(const std::string& path, Way way, uint64_t size, double seconds) {
+Report stored(const std::string& path, Transport transport, uint64_t size, double seconds) {
     const double rate = seconds > 0 ? static_cast<double>(size) / seconds : 0;
-    const std::string via = way == Way::kCall ? "call" : "queue";
+    const std::string via = transport == Transport::kCall ? "call" : "queue";
     Report report;
     report.json = {{"path", path},
                    {"bytes", size},
@@ -55,15 +55,16 @@ Report removeTree(const Session& session, const std::string& path, bool all) {
             printable(path) + ": whatever could be removed is gone\n"};
 }
 
-Report put(const Session& session, const std::string& file, const std::string& path, Way wanted) {
+Report put(const Session& session, const std::string& file, const std::string& path,
+           Transport wanted) {
     requirePath(path);
     const Content content(file, maxFileSize(wanted, path));
-    const Way way = chooseWay(wanted, path, content.size());
+    const Transport transport = chooseTransport(wanted, path, content.size());
     Client client = session.connect();
     const auto start = std::chrono::steady_clock::now();
-    if (!store(client, path, way, content)) throw notStored(path);
+    if (!store(client, path, transport, content)) throw notStored(path);
     const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
-    return stored(path, way, content.size(), time.count());
+    return stored(path, transport, content.size(), time.count());
 }
 
 }  // namespace lumctl

@@ -1,31 +1,40 @@
 #include "Limits.h"
 
 #include <aidl/vendor/tav/lumvndhal_aidl/ILumvndhal.h>
+#include <android/binder_parcel_utils.h>
 
 #include <algorithm>
+#include <limits>
 #include <string>
+#include <vector>
 
 #include "Failure.h"
-#include "Text.h"
-#include "Utf8.h"
 
 namespace lumctl {
 namespace {
 
-constexpr uint64_t kInt = sizeof(int32_t);
-constexpr uint64_t kTokenHeader = 3 * kInt;
+using ::aidl::vendor::tav::lumvndhal_aidl::ILumvndhal;
+constexpr uint64_t kFitsNowhere = std::numeric_limits<uint64_t>::max();
 
-uint64_t padded(uint64_t bytes) {
-    return (bytes + 3) & ~uint64_t{3};
+// An object of the service's interface that no call is ever made to.
+const ::ndk::SpAIBinder& anyObject() {
+    static const AIBinder_Class* const clazz = AIBinder_Class_define(
+            ILumvndhal::descriptor, [](void* args) { return args; }, [](void*) {},
+            [](AIBinder*, transaction_code_t, const AParcel*, AParcel*) -> binder_status_t {
+                return STATUS_UNKNOWN_TRANSACTION;
+            });
+    static const ::ndk::SpAIBinder object(AIBinder_new(clazz, nullptr));
+    return object;
 }
 
-// The count of units, the units, and a terminator.
-uint64_t textSize(std::string_view text) {
-    return kInt + padded((utf16Units(text) + 1) * sizeof(char16_t));
-}
-
-uint64_t tokenSize() {
-    return kTokenHeader + textSize(::aidl::vendor::tav::lumvndhal_aidl::ILumvndhal::descriptor);
+// Writes the request as it would be sent, and looks at how large it is.
+template <typename... Arguments>
+uint64_t requestSize(const Arguments&... arguments) {
+    ::ndk::ScopedAParcel request;
+    const bool written =
+            AIBinder_prepareTransaction(anyObject().get(), request.getR()) == STATUS_OK &&
+            ((::ndk::AParcel_writeData(request.get(), arguments) == STATUS_OK) && ...);
+    return written ? static_cast<uint64_t>(AParcel_getDataSize(request.get())) : kFitsNowhere;
 }
 
 std::string sizeOf(uint64_t size) {
@@ -34,25 +43,23 @@ std::string sizeOf(uint64_t size) {
 
 }  // namespace
 
-uint64_t writeRequestSize(std::string_view path, uint64_t size) {
-    return tokenSize() + textSize(path) + kInt + padded(size) + kInt;
-}
-
 uint64_t setRequestSize(std::string_view command, std::string_view parameter) {
-    return tokenSize() + textSize(command) + textSize(parameter);
+    return requestSize(std::string(command), std::string(parameter));
 }
 
-uint64_t maxFileSize(Way way, std::string_view path) {
-    if (way != Way::kCall) return kMaxBlock;
-    return kMaxRequest - std::min(kMaxRequest, writeRequestSize(path, 0));
+// What a request without the file's bytes leaves is for them: each takes one.
+uint64_t maxFileSize(Transport transport, std::string_view path) {
+    if (transport != Transport::kCall) return kMaxBlock;
+    const uint64_t others = requestSize(std::string(path), std::vector<uint8_t>(), int32_t{0});
+    return kMaxRequest - std::min(kMaxRequest, others);
 }
 
-Way chooseWay(Way wanted, std::string_view path, uint64_t size) {
-    if (wanted == Way::kQueue && size == 0) {
+Transport chooseTransport(Transport wanted, std::string_view path, uint64_t size) {
+    if (wanted == Transport::kQueue && size == 0) {
         throw Failure(kUsage, "an empty file cannot go through a queue: leave --via out");
     }
     const uint64_t most = maxFileSize(wanted, path);
-    if (size > most && wanted == Way::kCall) {
+    if (size > most && wanted == Transport::kCall) {
         throw Failure(kUsage, sizeOf(size) + " do not fit into the call, which takes " +
                                       sizeOf(most) + ": use --via queue");
     }
@@ -60,8 +67,9 @@ Way chooseWay(Way wanted, std::string_view path, uint64_t size) {
         throw Failure(kUsage, sizeOf(size) + " are too many for one file, which takes " +
                                       sizeOf(most) + ": split it and store the pieces");
     }
-    if (wanted != Way::kEither) return wanted;
-    return size <= std::min(kSmallFile, maxFileSize(Way::kCall, path)) ? Way::kCall : Way::kQueue;
+    if (wanted != Transport::kEither) return wanted;
+    const bool isSmall = size <= std::min(kSmallFile, maxFileSize(Transport::kCall, path));
+    return isSmall ? Transport::kCall : Transport::kQueue;
 }
 
 }  // namespace lumctl

@@ -11,12 +11,12 @@ namespace lumctl {
 namespace {
 
 // The arguments of a subcommand live as long as the callback that uses them.
-template <class Arguments>
+template <typename Arguments>
 std::shared_ptr<Arguments> makeArguments() {
     return std::make_shared<Arguments>();
 }
 
-template <class Value>
+template <typename Value>
 CLI::Option* addPositional(CLI::App* command, const char* name, Value& value,
                            const char* description) {
     return command->add_option(name, value, description)->required()->type_name("");
@@ -73,9 +73,9 @@ struct PutArguments {
     std::string path;
     std::string via;
 
-    Way way() const {
-        if (via.empty()) return Way::kEither;
-        return via == "call" ? Way::kCall : Way::kQueue;
+    Transport transport() const {
+        if (via.empty()) return Transport::kEither;
+        return via == "call" ? Transport::kCall : Transport::kQueue;
     }
 };
 
@@ -84,17 +84,17 @@ void addPut(CLI::App& app, const Session& session) {
     CLI::App* command = app.add_subcommand("put", "Store a file in the dropbox");
     addPositional(command, "FILE", arguments->file, "Local file, or - for standard input");
     addPositional(command, "PATH", arguments->path, "File in the dropbox, as /traces/t1.bin");
-    const auto isWay = [](const std::string& value) {
+    const auto isTransport = [](const std::string& value) {
         return value == "call" || value == "queue" ? "" : "it is either call or queue";
     };
-    command->add_option("--via", arguments->via, "Force the way that the bytes take")
-            ->check(isWay)
+    command->add_option("--via", arguments->via, "Force the transport of the bytes")
+            ->check(isTransport)
             ->type_name("call|queue");
     addNote(command,
             "Up to 512 KiB travel in the call, more through a queue in shared memory. The\n"
             "service has one queue: storing through it ends another client's use of it.");
     command->callback([=, &session] {
-        session.print(put(session, arguments->file, arguments->path, arguments->way()));
+        session.print(put(session, arguments->file, arguments->path, arguments->transport()));
     });
 }
 

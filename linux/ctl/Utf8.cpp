@@ -49,14 +49,4 @@ size_t firstInvalidByte(std::string_view text) {
     return at;
 }
 
-// Every character has one lead byte; those of four bytes take a pair of units.
-size_t utf16Units(std::string_view text) {
-    size_t units = 0;
-    for (const char byte : text) {
-        const auto value = static_cast<uint8_t>(byte);
-        if ((value & 0xc0U) != 0x80U) units += value >= 0xf0U ? 2 : 1;
-    }
-    return units;
-}
-
 }  // namespace lumctl

@@ -15,7 +15,4 @@ inline bool isUtf8(std::string_view text) {
     return firstInvalidByte(text) == text.size();
 }
 
-// UTF-16 code units that a valid text takes.
-size_t utf16Units(std::string_view text);
-
 }  // namespace lumctl
