@@ -18,16 +18,16 @@ size_t alignedUp(size_t value) {
 
 }  // namespace
 
-void MessageQueueCore::attach(const DescriptorView& view, size_t unit, bool reset) {
-    if (!attachOrFail(view, unit)) {
+void MessageQueueCore::attach(const DescriptorView& view, size_t elementSize, bool reset) {
+    if (!attachOrFail(view, elementSize)) {
         release();
         return;
     }
     if (reset) mRing.reset();
 }
 
-bool MessageQueueCore::attachOrFail(const DescriptorView& view, size_t unit) {
-    if (!mMemory.attach(view, unit)) return false;
+bool MessageQueueCore::attachOrFail(const DescriptorView& view, size_t elementSize) {
+    if (!mMemory.attach(view, elementSize)) return false;
     mFlags = view.flags;
     const auto counterAt = [this](QueueMemory::Role role) {
         return reinterpret_cast<SharedRing::Counter*>(mMemory.at(role));
@@ -39,12 +39,12 @@ bool MessageQueueCore::attachOrFail(const DescriptorView& view, size_t unit) {
            refuse("cannot create the event flag");
 }
 
-void MessageQueueCore::create(size_t count, size_t unit, bool withEventFlag) {
-    if (count == 0 || count > kLongestRing / unit) {
-        refuse("a ring of %zu elements of %zu bytes", count, unit);
+void MessageQueueCore::create(size_t count, size_t elementSize, bool withEventFlag) {
+    if (count == 0 || count > kLongestRing / elementSize) {
+        refuse("a ring of %zu elements of %zu bytes", count, elementSize);
         return;
     }
-    const size_t length = count * unit;
+    const size_t length = count * elementSize;
     const size_t eventFlagOffset = alignedUp(kRingOffset + length);
     const GrantorDescriptor grantors[] = {
             {0, 0, kCounterSize},
@@ -55,9 +55,9 @@ void MessageQueueCore::create(size_t count, size_t unit, bool withEventFlag) {
     const ::ndk::ScopedFileDescriptor fd =
             SharedMemory::create(eventFlagOffset + (withEventFlag ? sizeof(uint32_t) : 0));
     if (fd.get() < 0) return;
-    attach({grantors, withEventFlag ? size_t{4} : size_t{3}, &fd, 1, static_cast<int32_t>(unit),
-            kSynchronizedFlags},
-           unit, true);
+    attach({grantors, withEventFlag ? size_t{4} : size_t{3}, &fd, 1,
+            static_cast<int32_t>(elementSize), kSynchronizedFlags},
+           elementSize, true);
 }
 
 std::atomic<uint32_t>* MessageQueueCore::eventFlagWord() const {

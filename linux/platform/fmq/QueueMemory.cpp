@@ -16,9 +16,9 @@ constexpr const char* kNames[] = {"read counter", "write counter", "ring", "even
 // The counters and the ring where the queue library has always put them; a futex needs but 4.
 constexpr int32_t kAlignment[] = {8, 8, 8, 4};
 
-int64_t shortestExtent(size_t role, size_t unit) {
+int64_t shortestExtent(size_t role, size_t elementSize) {
     constexpr int64_t kShortest[] = {sizeof(uint64_t), sizeof(uint64_t), 0, sizeof(uint32_t)};
-    return role == QueueMemory::kRing ? static_cast<int64_t>(unit) : kShortest[role];
+    return role == QueueMemory::kRing ? static_cast<int64_t>(elementSize) : kShortest[role];
 }
 
 bool hasNegativeValue(const DescriptorView& view) {
@@ -29,7 +29,7 @@ bool hasNegativeValue(const DescriptorView& view) {
            std::any_of(view.grantors, view.grantors + view.grantorCount, isNegative);
 }
 
-bool checkRegion(size_t role, const DescriptorView& view, size_t unit) {
+bool checkRegion(size_t role, const DescriptorView& view, size_t elementSize) {
     const GrantorDescriptor& grantor = view.grantors[role];
     if (static_cast<size_t>(grantor.fdIndex) >= view.fdCount) {
         return refuse("%s: there is no descriptor %d", kNames[role], grantor.fdIndex);
@@ -38,33 +38,33 @@ bool checkRegion(size_t role, const DescriptorView& view, size_t unit) {
         return refuse("%s: offset %d is not aligned", kNames[role], grantor.offset);
     }
     const bool whole =
-            role != QueueMemory::kRing || static_cast<uint64_t>(grantor.extent) % unit == 0;
-    if (grantor.extent < shortestExtent(role, unit) || !whole) {
+            role != QueueMemory::kRing || static_cast<uint64_t>(grantor.extent) % elementSize == 0;
+    if (grantor.extent < shortestExtent(role, elementSize) || !whole) {
         return refuse("%s: %lld bytes are not its size", kNames[role],
                       static_cast<long long>(grantor.extent));
     }
     return true;
 }
 
-bool checkValues(const DescriptorView& view, size_t unit) {
+bool checkValues(const DescriptorView& view, size_t elementSize) {
     if (hasNegativeValue(view)) return refuse("the descriptor has a negative value");
     if (view.grantorCount <= QueueMemory::kRing) {
         return refuse("the descriptor has %zu regions, at least 3 are needed", view.grantorCount);
     }
-    if (static_cast<size_t>(view.quantum) != unit) {
-        return refuse("elements are of %zu bytes, not %d", unit, view.quantum);
+    if (static_cast<size_t>(view.quantum) != elementSize) {
+        return refuse("elements are of %zu bytes, not %d", elementSize, view.quantum);
     }
     const size_t used = std::min<size_t>(view.grantorCount, QueueMemory::kRoles);
     for (size_t role = 0; role < used; ++role) {
-        if (!checkRegion(role, view, unit)) return false;
+        if (!checkRegion(role, view, elementSize)) return false;
     }
     return true;
 }
 
 }  // namespace
 
-bool QueueMemory::attach(const DescriptorView& view, size_t unit) {
-    return checkValues(view, unit) && openMemories(view) && checkPlaces() && mapMemories();
+bool QueueMemory::attach(const DescriptorView& view, size_t elementSize) {
+    return checkValues(view, elementSize) && openMemories(view) && checkPlaces() && mapMemories();
 }
 
 void QueueMemory::release() {

@@ -2,6 +2,7 @@
 #include <fcntl.h>
 #include <fmq/EventFlag.h>
 
+#include <algorithm>
 #include <array>
 #include <thread>
 #include <type_traits>
@@ -13,13 +14,34 @@ namespace {
 
 static_assert(!std::is_copy_constructible_v<Queue> && std::is_final_v<Queue>);
 
+bool writeInTwoSteps(Queue& queue, const std::vector<int8_t>& bytes) {
+    Queue::MemTransaction parts;
+    if (!queue.beginWrite(bytes.size(), &parts)) return false;
+    const auto middle = bytes.begin() + static_cast<ptrdiff_t>(parts.getFirstRegion().getLength());
+    std::copy(bytes.begin(), middle, parts.getFirstRegion().getAddress());
+    std::copy(middle, bytes.end(), parts.getSecondRegion().getAddress());
+    return queue.commitWrite(bytes.size());
+}
+
+bool readInTwoSteps(Queue& queue, std::vector<int8_t>* bytes) {
+    Queue::MemTransaction parts;
+    if (!queue.beginRead(bytes->size(), &parts)) return false;
+    bytes->clear();
+    for (const auto& part : {parts.getFirstRegion(), parts.getSecondRegion()}) {
+        bytes->insert(bytes->end(), part.getAddress(), part.getAddress() + part.getLength());
+    }
+    return queue.commitRead(bytes->size());
+}
+
+// Every other block in two steps.
 bool writeStream(Queue& queue, uint64_t first, size_t count) {
-    return queue.write(streamBytes(first, count).data(), count);
+    const std::vector<int8_t> bytes = streamBytes(first, count);
+    return first % 2 == 0 ? queue.write(bytes.data(), count) : writeInTwoSteps(queue, bytes);
 }
 
 void expectStream(Queue& queue, uint64_t first, size_t count) {
     std::vector<int8_t> bytes(count);
-    ASSERT_TRUE(queue.read(bytes.data(), count));
+    ASSERT_TRUE(first % 2 == 0 ? queue.read(bytes.data(), count) : readInTwoSteps(queue, &bytes));
     EXPECT_EQ(bytes, streamBytes(first, count)) << "at byte " << first;
 }
 
@@ -54,6 +76,11 @@ TEST(Queue, CountsInElements) {
     EXPECT_EQ(queue.availableToWrite(), 1U);
     Element read[2] = {};
     EXPECT_FALSE(queue.read(read, SIZE_MAX / 16 + 2));
+    decltype(queue)::MemTransaction parts;
+    ASSERT_TRUE(queue.beginRead(2, &parts));
+    EXPECT_EQ(parts.getFirstRegion().getLengthInBytes(), 32U);
+    EXPECT_EQ(parts.getSecondRegion().getAddress(), nullptr);
+    EXPECT_EQ(*parts.getFirstRegion().getAddress(), elements[0]);
     ASSERT_TRUE(queue.read(read, 2));
     EXPECT_EQ(read[1], elements[1]);
 }

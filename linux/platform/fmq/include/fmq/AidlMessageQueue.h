@@ -50,9 +50,52 @@ struct AidlMessageQueue final {
     // Puts all `count` elements, or nothing and returns false. One writer at a time.
     bool write(const T* data, size_t count) { return mCore.ring().write(data, count, sizeof(T)); }
 
+    // Elements that lie side by side in the ring. A null address when there are none.
+    struct MemRegion {
+        MemRegion() = default;
+        MemRegion(T* base, size_t size) : address(base), length(size) {}
+        T* getAddress() const { return address; }
+        size_t getLength() const { return length; }
+        size_t getLengthInBytes() const { return length * sizeof(T); }
+
+      private:
+        T* address = nullptr;
+        size_t length = 0;
+    };
+    // Elements that may wrap at the ring's end: the second region goes on where the first ends.
+    struct MemTransaction {
+        MemTransaction() = default;
+        MemTransaction(const MemRegion& regionFirst, const MemRegion& regionSecond)
+            : first(regionFirst), second(regionSecond) {}
+        const MemRegion& getFirstRegion() const { return first; }
+        const MemRegion& getSecondRegion() const { return second; }
+
+      private:
+        MemRegion first;
+        MemRegion second;
+    };
+
+    // Read and write in two steps, without a copy: the first tells where the elements lie, or are
+    // to be put; the second says how many of them were taken, or put. They fail as read and write
+    // do, with `*memTx` empty. A peer that breaks the rules may change what is in there meanwhile.
+    bool beginRead(size_t nMessages, MemTransaction* memTx) const {
+        details::SharedRing::Block block;
+        const bool begun = mCore.ring().beginRead(nMessages, sizeof(T), &block);
+        *memTx = transactionOf(block);
+        return begun;
+    }
+    bool beginWrite(size_t nMessages, MemTransaction* memTx) const {
+        details::SharedRing::Block block;
+        const bool begun = mCore.ring().beginWrite(nMessages, sizeof(T), &block);
+        *memTx = transactionOf(block);
+        return begun;
+    }
+    bool commitRead(size_t nMessages) { return mCore.ring().commitRead(nMessages * sizeof(T)); }
+    bool commitWrite(size_t nMessages) { return mCore.ring().commitWrite(nMessages * sizeof(T)); }
+
     // Elements. The peer may have moved on before the caller looks at the answer.
-    size_t availableToRead() const { return mCore.ring().waiting() / sizeof(T); }
-    size_t availableToWrite() const { return mCore.ring().room() / sizeof(T); }
+    size_t availableToRead() const { return mCore.ring().readable() / sizeof(T); }
+    size_t availableToWrite() const { return mCore.ring().writable() / sizeof(T); }
 
     // Elements that the ring holds, and bytes of one element (also without a ring).
     size_t getQuantumCount() const { return mCore.ring().size() / sizeof(T); }
@@ -70,6 +113,11 @@ struct AidlMessageQueue final {
     }
 
   private:
+    static MemTransaction transactionOf(const details::SharedRing::Block& block) {
+        return {{reinterpret_cast<T*>(block.first), block.firstLength / sizeof(T)},
+                {reinterpret_cast<T*>(block.second), block.secondLength / sizeof(T)}};
+    }
+
     details::MessageQueueCore mCore;
 };
 

@@ -20,9 +20,9 @@ class MessageQueueCore final {
     MessageQueueCore& operator=(const MessageQueueCore&) = delete;
 
     // Joins the queue that `view` describes; `reset` empties it. At most once, instead of create.
-    void attach(const DescriptorView& view, size_t unit, bool reset);
-    // Makes an empty queue for `count` elements of `unit` bytes in memory of its own.
-    void create(size_t count, size_t unit, bool withEventFlag);
+    void attach(const DescriptorView& view, size_t elementSize, bool reset);
+    // Makes an empty queue for `count` elements of `elementSize` bytes in memory of its own.
+    void create(size_t count, size_t elementSize, bool withEventFlag);
 
     bool isValid() const { return mRing.isMapped(); }
     SharedRing& ring() { return mRing; }
@@ -34,7 +34,7 @@ class MessageQueueCore final {
     bool dupe(std::vector<GrantorDescriptor>* grantors, NativeHandle* handle, int32_t* flags) const;
 
   private:
-    bool attachOrFail(const DescriptorView& view, size_t unit);
+    bool attachOrFail(const DescriptorView& view, size_t elementSize);
     void release();
 
     QueueMemory mMemory;

@@ -31,9 +31,9 @@ class QueueMemory final {
     // What a region is for; its place in the descriptor's list of grantors.
     enum Role : size_t { kReadCounter, kWriteCounter, kRing, kEventFlag, kRoles };
 
-    // Maps what a peer describes, for elements of `unit` bytes; regions after the fourth are
+    // Maps what a peer describes, for elements of `elementSize` bytes; regions after the fourth are
     // ignored. Trusts none of its values. When it fails, some of it may be held until release.
-    bool attach(const DescriptorView& view, size_t unit);
+    bool attach(const DescriptorView& view, size_t elementSize);
     void release();
 
     bool has(Role role) const { return role < mRegionCount; }

@@ -30,17 +30,39 @@ class SharedRing final {
     // Empties the ring for both ends.
     void reset();
 
-    // Move exactly `count` elements of `unit` bytes and return true, or nothing and return false.
-    // Where the counters are further apart than the ring is long, a read also drops what is
-    // waiting.
-    bool read(void* target, size_t count, size_t unit);
-    bool write(const void* source, size_t count, size_t unit);
+    // A block of the ring: up to the ring's end, and on from its start where it wraps. Null and 0
+    // for a part that is not there.
+    struct Block {
+        unsigned char* first = nullptr;
+        size_t firstLength = 0;
+        unsigned char* second = nullptr;
+        size_t secondLength = 0;
+    };
+
+    // Move exactly `count` elements and return true, or nothing and return false. Where the
+    // counters are further apart than the ring is long, a read also drops what is waiting.
+    bool read(void* target, size_t count, size_t elementSize);
+    bool write(const void* source, size_t count, size_t elementSize);
+
+    // The same in two steps: where the elements lie, or are to be put, and then that it was done.
+    // Until then the block belongs to the caller, and the counters stay as they are.
+    bool beginRead(size_t count, size_t elementSize, Block* block) const;
+    bool beginWrite(size_t count, size_t elementSize, Block* block) const;
+    // No more bytes than the block has.
+    bool commitRead(size_t length) { return commit(&mRead, length); }
+    bool commitWrite(size_t length) { return commit(&mWrite, length); }
 
     // Bytes; 0 where the counters are further apart than the ring is long.
-    size_t waiting() const;
-    size_t room() const;
+    size_t readable() const;
+    size_t writable() const;
 
   private:
+    // A counter's value, and where in the ring that is.
+    struct Position {
+        uint64_t count;
+        size_t offset;
+    };
+
     // One end of the ring: its shared counter, and where this process last left it.
     //
     // The remembered position saves a 64-bit division per operation. It also carries a ring whose
@@ -48,18 +70,26 @@ class SharedRing final {
     // land on bytes that are still unread.
     struct End {
         Counter* counter = nullptr;
-        uint64_t last = 0;
-        size_t offset = 0;
+        Position last = {0, 0};
 
         size_t offsetAt(uint64_t count, size_t size) const {
-            return count == last ? offset : count % size;
+            return count == last.count ? last.offset : count % size;
         }
-        void moveTo(uint64_t count, size_t newOffset, size_t size) {
-            last = count;
-            offset = newOffset >= size ? newOffset - size : newOffset;
-            counter->store(count, std::memory_order_release);
+        // `length` is not more than `size`.
+        void advance(Position from, size_t length, size_t size) {
+            const size_t offset = from.offset + length;
+            last.count = from.count + length;
+            last.offset = offset >= size ? offset - size : offset;
+            counter->store(last.count, std::memory_order_release);
         }
     };
+
+    // Where `count` elements can be read or written; false when they cannot, or when that place is
+    // not the beginning of an element.
+    bool findReadable(size_t count, size_t elementSize, Position* at) const;
+    bool findWritable(size_t count, size_t elementSize, Position* at) const;
+    Block blockAt(size_t offset, size_t length) const;
+    bool commit(End* end, size_t length) const;
 
     // Distance of the counters; more than mSize when they make no sense together.
     uint64_t distance() const;
@@ -72,18 +102,18 @@ class SharedRing final {
 
 inline void SharedRing::map(Counter* readCounter, Counter* writeCounter, unsigned char* bytes,
                             size_t size) {
-    mRead = {readCounter, 0, 0};
-    mWrite = {writeCounter, 0, 0};
+    mRead = {readCounter, {0, 0}};
+    mWrite = {writeCounter, {0, 0}};
     mBytes = bytes;
     mSize = size;
 }
 
 inline void SharedRing::reset() {
-    mRead.moveTo(0, 0, mSize);
-    mWrite.moveTo(0, 0, mSize);
+    mRead.advance({0, 0}, 0, mSize);
+    mWrite.advance({0, 0}, 0, mSize);
 }
 
-inline bool SharedRing::read(void* target, size_t count, size_t unit) {
+inline bool SharedRing::findReadable(size_t count, size_t elementSize, Position* at) const {
     if (!isMapped()) return false;
     const uint64_t written = mWrite.counter->load(std::memory_order_acquire);
     const uint64_t taken = mRead.counter->load(std::memory_order_relaxed);
@@ -92,39 +122,78 @@ inline bool SharedRing::read(void* target, size_t count, size_t unit) {
         mRead.counter->store(written, std::memory_order_release);
         return false;
     }
-    if (count > available / unit) return false;
-    if (count == 0) return true;
-    const size_t length = count * unit;
-    const size_t offset = mRead.offsetAt(taken, mSize);
-    const size_t beforeEnd = mSize - offset;
-    if (length <= beforeEnd) {
-        memcpy(target, mBytes + offset, length);
-    } else {
-        memcpy(target, mBytes + offset, beforeEnd);
-        memcpy(static_cast<unsigned char*>(target) + beforeEnd, mBytes, length - beforeEnd);
-    }
-    mRead.moveTo(taken + length, offset + length, mSize);
-    return true;
+    if (count > available / elementSize) return false;
+    *at = {taken, mRead.offsetAt(taken, mSize)};
+    return at->offset % elementSize == 0;
 }
 
-inline bool SharedRing::write(const void* source, size_t count, size_t unit) {
+inline bool SharedRing::findWritable(size_t count, size_t elementSize, Position* at) const {
     if (!isMapped()) return false;
     const uint64_t taken = mRead.counter->load(std::memory_order_acquire);
     const uint64_t written = mWrite.counter->load(std::memory_order_relaxed);
     const uint64_t used = written - taken;
-    if (used > mSize || count > (mSize - used) / unit) return false;
+    if (used > mSize || count > (mSize - used) / elementSize) return false;
+    *at = {written, mWrite.offsetAt(written, mSize)};
+    return at->offset % elementSize == 0;
+}
+
+inline bool SharedRing::read(void* target, size_t count, size_t elementSize) {
+    Position at;
+    if (!findReadable(count, elementSize, &at)) return false;
     if (count == 0) return true;
-    const size_t length = count * unit;
-    const size_t offset = mWrite.offsetAt(written, mSize);
-    const size_t beforeEnd = mSize - offset;
+    const size_t length = count * elementSize;
+    const size_t beforeEnd = mSize - at.offset;
     if (length <= beforeEnd) {
-        memcpy(mBytes + offset, source, length);
+        memcpy(target, mBytes + at.offset, length);
     } else {
-        memcpy(mBytes + offset, source, beforeEnd);
+        memcpy(target, mBytes + at.offset, beforeEnd);
+        memcpy(static_cast<unsigned char*>(target) + beforeEnd, mBytes, length - beforeEnd);
+    }
+    mRead.advance(at, length, mSize);
+    return true;
+}
+
+inline bool SharedRing::write(const void* source, size_t count, size_t elementSize) {
+    Position at;
+    if (!findWritable(count, elementSize, &at)) return false;
+    if (count == 0) return true;
+    const size_t length = count * elementSize;
+    const size_t beforeEnd = mSize - at.offset;
+    if (length <= beforeEnd) {
+        memcpy(mBytes + at.offset, source, length);
+    } else {
+        memcpy(mBytes + at.offset, source, beforeEnd);
         memcpy(mBytes, static_cast<const unsigned char*>(source) + beforeEnd, length - beforeEnd);
     }
-    mWrite.moveTo(written + length, offset + length, mSize);
+    mWrite.advance(at, length, mSize);
     return true;
+}
+
+inline bool SharedRing::beginRead(size_t count, size_t elementSize, Block* block) const {
+    Position at;
+    if (!findReadable(count, elementSize, &at)) return false;
+    *block = blockAt(at.offset, count * elementSize);
+    return true;
+}
+
+inline bool SharedRing::beginWrite(size_t count, size_t elementSize, Block* block) const {
+    Position at;
+    if (!findWritable(count, elementSize, &at)) return false;
+    *block = blockAt(at.offset, count * elementSize);
+    return true;
+}
+
+inline bool SharedRing::commit(End* end, size_t length) const {
+    if (!isMapped() || length > mSize) return false;
+    const uint64_t count = end->counter->load(std::memory_order_relaxed);
+    end->advance({count, end->offsetAt(count, mSize)}, length, mSize);
+    return true;
+}
+
+inline SharedRing::Block SharedRing::blockAt(size_t offset, size_t length) const {
+    const size_t beforeEnd = mSize - offset;
+    if (length <= beforeEnd) return {mBytes + offset, length, nullptr, 0};
+    return {mBytes + offset, beforeEnd, mBytes, length - beforeEnd};
 }
 
 // The read counter first: it never passes the write counter, so the later load cannot be behind it.
@@ -133,12 +202,12 @@ inline uint64_t SharedRing::distance() const {
     return mWrite.counter->load(std::memory_order_acquire) - taken;
 }
 
-inline size_t SharedRing::waiting() const {
+inline size_t SharedRing::readable() const {
     const uint64_t used = isMapped() ? distance() : 0;
     return used > mSize ? 0 : used;
 }
 
-inline size_t SharedRing::room() const {
+inline size_t SharedRing::writable() const {
     const uint64_t used = isMapped() ? distance() : 0;
     return used > mSize ? 0 : mSize - used;
 }
