@@ -5,12 +5,13 @@ set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS ON) # gnu++, as on a device
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
-set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
-set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+set(CMAKE_COMPILE_WARNING_AS_ERROR ${PROJECT_IS_TOP_LEVEL}) # another compiler may have more of them
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
 find_package(Threads REQUIRED)
 
 add_compile_options(
-  -Wall -Wextra -Werror -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast -Wundef
+  -Wall -Wextra -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast -Wundef
   -Wnon-virtual-dtor -Woverloaded-virtual -Wformat=2 -Wcast-qual -Wimplicit-fallthrough
   -Wunused -Wmissing-declarations)
 add_link_options(LINKER:--as-needed)
@@ -32,11 +33,17 @@ if(LUM_CHAR)
   add_compile_options(-f${LUM_CHAR}-char)
 endif()
 
+# Headers for the target itself and for who links it.
+function(add_public_headers target directory)
+  target_include_directories(${target} PUBLIC $<BUILD_INTERFACE:${directory}>)
+  target_compile_features(${target} PUBLIC cxx_std_17)
+endfunction()
+
 # A stand-in for one of Android's platform libraries: lib<name>.so, headers under include/.
 function(add_platform_library name)
   cmake_parse_arguments(ARG "" "FILE" "SOURCES;LINK" ${ARGN})
   add_library(${name} SHARED ${ARG_SOURCES})
-  target_include_directories(${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR}/include)
+  add_public_headers(${name} ${CMAKE_CURRENT_SOURCE_DIR}/include)
   target_link_libraries(${name} PUBLIC ${ARG_LINK})
   if(ARG_FILE) # a library whose file carries no "lib" in front
     set_target_properties(${name} PROPERTIES PREFIX "" OUTPUT_NAME ${ARG_FILE})
