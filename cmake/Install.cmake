@@ -63,5 +63,5 @@ include(cmake/Package.cmake)
 
 # All that has to be built for an installation, and no more.
 get_property(compressed GLOBAL PROPERTY LUM_COMPRESSED)
-add_custom_target(installed DEPENDS
+add_custom_target(installed ALL DEPENDS
   ${compressed} ${platform} lumvndhal_ndk lumvndhal_halimpl lumvndhal_host ${programs})

@@ -51,9 +51,6 @@ PLACES = [
     (INTERFACE + "/ILumvndhal.aidl", r"^    (?:boolean|int) (\w+)\(",
      ["configure", "request_read", "get_vnd_data", "set_vnd_data", "update_vendor_dropbox",
       "write_data_to_vendor_dropbox"]),
-    ("linux/mapping/Transactions.h", r"^    k(\w+)",
-     ["Configure", "RequestRead", "GetVndData", "SetVndData", "UpdateVendorDropbox",
-      "WriteDataToVendorDropbox", "GetInterfaceHash", "GetInterfaceVersion"]),
     (INTERFACE + "/LumvndhalGenericData.aidl", r"^    \w+ (\w+);", ["data_size", "data"]),
 ]
 
@@ -216,6 +213,13 @@ class Packaging(unittest.TestCase):
         version = ROOT / SNAPSHOTS / "1"
         printed = subprocess.run([ROOT / "interface/frozen-hash", version], capture_output=True, text=True)
         self.assertEqual(printed.stdout, (version / ".hash").read_text())
+
+    def test_documents_show_the_lines_of_the_examples(self):
+        shown = [(path, *block) for path in names_in("docs", "*.md") for block in re.findall(
+            r"<!-- lines of (\S+) -->\n *```\w+\n(.*?\n) *```", read(path), re.S)]
+        self.assertEqual(len(shown), 4)
+        for path, source, lines in shown:
+            self.assertIn(re.sub("^ +", "", lines, flags=re.M), re.sub("^ +", "", read(source), flags=re.M), path)
 
     def test_the_policy_labels_what_the_code_uses(self):
         named = {path for directory in LIBRARY_DIRECTORIES for source in names_in(directory, "*.cpp")
