@@ -1,10 +1,10 @@
 #!/bin/bash
-# Tests of lumctl against the real service: lumctl_test.sh PATH/TO/device/run BIN_DIR
+# Tests of lumctl against the real service: lumctl_test.sh LAUNCHER BIN_DIR
 #
 # BIN_DIR holds lumctl and the hosting executable; LUM_EMULATOR is put in front of both.
 set -u
 
-run=$(realpath -- "${1:?the path of linux/root/run is missing}")
+run=$(realpath -- "${1:?the path of the launcher is missing}")
 bin=$(realpath -- "${2:?the folder of the programs is missing}")
 read -ra emulator <<<"${LUM_EMULATOR-}"
 work=$(mktemp -d) || exit
@@ -241,7 +241,7 @@ outlives_a_service_that_is_killed() {
     does '*' mkdir /again
 }
 
-"${run%/*}/new-root" "$root" || exit
+"$run" --sample --new "$root" || exit
 tells_what_is_wrong_without_a_service
 start_service
 finds_the_service
