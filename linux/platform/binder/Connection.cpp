@@ -1,9 +1,7 @@
 #include "Connection.h"
 
-#include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -13,17 +11,7 @@
 namespace standin {
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-bool waitReadable(int fd, Clock::time_point deadline) {
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
-    if (left.count() <= 0) return false;
-    pollfd waiting = {fd, POLLIN, 0};
-    const int ready = ::poll(&waiting, 1, static_cast<int>(left.count()));
-    return ready > 0 || (ready < 0 && errno == EINTR);
-}
-
-// Attaches the descriptors to the message. `control` has room for kMaxDescriptors.
+// Attaches the descriptors to the message. `control` takes up to kMaxDescriptors.
 void attach(const std::vector<ndk::ScopedFileDescriptor>& fds, char* control, msghdr* message) {
     if (fds.empty()) return;
     message->msg_control = control;
@@ -62,6 +50,17 @@ bool sendAll(int fd, msghdr* message) {
 
 }  // namespace
 
+bool waitReadable(int fd, Clock::time_point deadline) {
+    pollfd waiting = {fd, POLLIN, 0};
+    int ready;
+    do {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+        if (left.count() <= 0) return false;
+        ready = ::poll(&waiting, 1, static_cast<int>(left.count()));
+    } while (ready < 0 && errno == EINTR);
+    return ready > 0;
+}
+
 bool fits(const AParcel& parcel) {
     return parcel.size() <= kMaxParcelSize && parcel.fds.size() <= kMaxDescriptors;
 }
@@ -86,16 +85,23 @@ bool Connection::send(int32_t word, const AParcel* parcel) {
 bool Connection::receive() {
     mReceived = 0;
     mDescriptors.clear();
-    if (!receiveSome(0) || !receiveUpTo(sizeof(FrameHeader)) || !headerIsSound()) return false;
-    const size_t size = sizeof(FrameHeader) + payloadSize();
+    if (!receiveSome(0) || (!isWhole() && !receiveRest())) return false;
     // More than one frame is more than the peer may have sent.
-    return receiveUpTo(size) && mReceived == size &&
+    return headerIsSound() && mReceived == frameSize() &&
            mDescriptors.size() == header().descriptorCount;
 }
 
-bool Connection::receiveUpTo(size_t size) {
-    if (mReceived >= size) return true;
+bool Connection::isWhole() const {
+    return mReceived >= sizeof(FrameHeader) && mReceived >= frameSize();
+}
+
+bool Connection::receiveRest() {
     const auto deadline = Clock::now() + kPatience;
+    return receiveUpTo(sizeof(FrameHeader), deadline) && headerIsSound() &&
+           receiveUpTo(frameSize(), deadline);
+}
+
+bool Connection::receiveUpTo(size_t size, Clock::time_point deadline) {
     while (mReceived < size) {
         makeRoom(size);
         if (!waitReadable(fd(), deadline) || !receiveSome(MSG_DONTWAIT)) return false;
@@ -103,12 +109,12 @@ bool Connection::receiveUpTo(size_t size) {
     return true;
 }
 
-// Room grows with what has come, not with what a peer merely announces.
+// The buffer grows with what has come, not with what a peer merely announces.
 void Connection::makeRoom(size_t size) {
     if (mReceived == mBuffer.size()) mBuffer.resize(std::min(size, mBuffer.size() * 4));
 }
 
-// Takes what has come, at least a byte unless told not to wait.
+// Takes what has come, waiting for the first byte unless `flags` say not to.
 bool Connection::receiveSome(int flags) {
     alignas(cmsghdr) char control[CMSG_SPACE(kMaxDescriptors * sizeof(int))];
     iovec room = {mBuffer.data() + mReceived, mBuffer.size() - mReceived};
@@ -150,29 +156,6 @@ bool Connection::headerIsSound() const {
 void Connection::trim() {
     if (mBuffer.size() <= kKeptBuffer) return;
     mBuffer = std::vector<uint8_t>(kFirstBuffer);
-}
-
-int connectTo(const std::string& path, const timeval* patience) {
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    std::string shortPath = path;
-    ndk::ScopedFileDescriptor file;
-    if (path.size() >= sizeof(address.sun_path)) {
-        file.set(::open(path.c_str(), O_PATH | O_CLOEXEC));
-        if (file.get() < 0) return -1;
-        shortPath = "/proc/self/fd/" + std::to_string(file.get());
-    }
-    shortPath.copy(address.sun_path, sizeof(address.sun_path) - 1);
-    ndk::ScopedFileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    if (socket.get() < 0) return -1;
-    if (patience != nullptr) {
-        ::setsockopt(socket.get(), SOL_SOCKET, SO_SNDTIMEO, patience, sizeof(*patience));
-    }
-    int result;
-    do {
-        result = ::connect(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof(address));
-    } while (result < 0 && errno == EINTR);
-    return result < 0 ? -1 : socket.release();
 }
 
 }  // namespace standin

@@ -2,9 +2,9 @@
 
 #include <android/binder_auto_utils.h>
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <string>
 #include <utility>
 #include <vector>
 
@@ -12,17 +12,21 @@
 #include "Wire.h"
 
 struct cmsghdr;
-struct timeval;
 
 namespace standin {
+
+using Clock = std::chrono::steady_clock;
+
+// Whether there is something to receive, be it the peer's end, before the deadline.
+bool waitReadable(int fd, Clock::time_point deadline);
 
 // Whether a parcel may travel at all.
 bool fits(const AParcel& parcel);
 
-// One end of a unix stream socket over which frames go back and forth, one at a time: who has sent
-// a frame waits for the answer. A peer that breaks this, sends what is no frame, or takes longer
-// than kPatience over a frame that it has begun to send is not listened to any longer. Used by
-// one thread at a time.
+// One end of a unix stream socket over which frames go back and forth, one at a time: whoever has
+// sent a frame waits for the answer. A peer that breaks this, sends what is no frame, or takes
+// longer than kPatience over a frame that it has begun to send, loses the connection. Used by one
+// thread at a time.
 class Connection {
   public:
     // Takes the socket over.
@@ -31,14 +35,15 @@ class Connection {
     int fd() const { return mFd.get(); }
 
     // Sends a frame with `word` and the parcel, or an empty one. False when the peer is gone or
-    // does not read. One system call, unless the socket cannot take the frame at once.
+    // does not read; it has then not got the whole frame. One system call, unless the socket cannot
+    // take the frame at once.
     bool send(int32_t word, const AParcel* parcel);
 
     // Waits, for as long as it takes, for the peer's next frame. False when the peer is gone or
     // broke the rules. One system call, unless the frame arrives in pieces.
     bool receive();
 
-    // The frame received last; valid until the next receive().
+    // The frame received last; valid until the next send() or receive().
     int32_t word() const { return header().word; }
     const uint8_t* payload() const { return mBuffer.data() + sizeof(FrameHeader); }
     size_t payloadSize() const { return header().size; }
@@ -53,7 +58,10 @@ class Connection {
     const FrameHeader& header() const {
         return *reinterpret_cast<const FrameHeader*>(mBuffer.data());
     }
-    bool receiveUpTo(size_t size);
+    size_t frameSize() const { return sizeof(FrameHeader) + header().size; }
+    bool isWhole() const;
+    bool receiveRest();
+    bool receiveUpTo(size_t size, Clock::time_point deadline);
     void makeRoom(size_t size);
     bool receiveSome(int flags);
     bool collectDescriptors(const cmsghdr* control);
@@ -64,9 +72,5 @@ class Connection {
     size_t mReceived = 0;
     std::vector<ndk::ScopedFileDescriptor> mDescriptors;
 };
-
-// Connects to the unix socket at `path`, however long the path is, waiting for room there as long
-// as `patience` says (null: without end). The socket, or -1 with errno.
-int connectTo(const std::string& path, const timeval* patience = nullptr);
 
 }  // namespace standin

@@ -1,3 +1,5 @@
+#include <standin/ThreadSafety.h>
+
 #include <algorithm>
 #include <condition_variable>
 #include <mutex>
@@ -25,8 +27,8 @@ struct Link {
 // All links of the process. Lives as long as it: deaths may be told while the process exits.
 struct Links {
     std::mutex mutex;
-    std::condition_variable ranOne;
-    std::vector<Link> all;
+    std::condition_variable_any ranOne;
+    std::vector<Link> all GUARDED_BY(mutex);
 };
 
 Links& links() {
@@ -38,8 +40,8 @@ Links& links() {
 thread_local AIBinder_DeathRecipient* tRunning = nullptr;
 
 // Takes the first link that `matches` out of the list.
-template <class Matches>
-std::optional<Link> takeLink(Matches matches) {
+template <typename Matches>
+std::optional<Link> takeLink(Matches matches) REQUIRES(links().mutex) {
     std::vector<Link>& all = links().all;
     const auto found = std::find_if(all.begin(), all.end(), matches);
     if (found == all.end()) return std::nullopt;
@@ -48,14 +50,22 @@ std::optional<Link> takeLink(Matches matches) {
     return link;
 }
 
-template <class Matches>
+template <typename Matches>
 std::optional<Link> lockAndTakeLink(Matches matches) {
-    std::lock_guard<std::mutex> lock(links().mutex);
+    const std::lock_guard<std::mutex> lock(links().mutex);
     return takeLink(matches);
 }
 
 void unlinked(AIBinder_DeathRecipient_onBinderUnlinked onUnlinked, void* cookie) {
     if (onUnlinked != nullptr) onUnlinked(cookie);
+}
+
+// The first link of the binder, whose recipient counts as running from here on.
+std::optional<Link> takeLinkToRun(AIBinder* binder) {
+    const std::lock_guard<std::mutex> lock(links().mutex);
+    const auto link = takeLink([&](const Link& each) { return each.binder == binder; });
+    if (link) ++link->recipient->running;
+    return link;
 }
 
 // Tells one recipient, which may delete itself meanwhile.
@@ -64,7 +74,7 @@ void run(const Link& link) {
     tRunning = link.recipient;
     link.recipient->onDied(link.cookie);
     unlinked(onUnlinked, link.cookie);
-    std::lock_guard<std::mutex> lock(links().mutex);
+    const std::lock_guard<std::mutex> lock(links().mutex);
     if (std::exchange(tRunning, nullptr) == nullptr) return;
     --link.recipient->running;
     links().ranOne.notify_all();
@@ -73,14 +83,7 @@ void run(const Link& link) {
 }  // namespace
 
 void notifyDeath(AIBinder* binder) {
-    for (;;) {
-        std::unique_lock<std::mutex> lock(links().mutex);
-        const auto link = takeLink([&](const Link& each) { return each.binder == binder; });
-        if (!link) return;
-        ++link->recipient->running;
-        lock.unlock();
-        run(*link);
-    }
+    while (const auto link = takeLinkToRun(binder)) run(*link);
 }
 
 void dropDeathLinks(AIBinder* binder) {
@@ -91,7 +94,7 @@ void dropDeathLinks(AIBinder* binder) {
 }
 
 binder_status_t addDeathLink(AIBinder* binder, AIBinder_DeathRecipient* recipient, void* cookie) {
-    std::lock_guard<std::mutex> lock(links().mutex);
+    const std::lock_guard<std::mutex> lock(links().mutex);
     if (!binder->isAlive()) return STATUS_DEAD_OBJECT;
     links().all.push_back({binder, recipient, cookie});
     return STATUS_OK;
@@ -114,12 +117,12 @@ void AIBinder_DeathRecipient_delete(AIBinder_DeathRecipient* recipient) {
     while (const auto link = standin::lockAndTakeLink(ofRecipient)) {
         standin::unlinked(recipient->onUnlinked, link->cookie);
     }
-    std::unique_lock<std::mutex> lock(standin::links().mutex);
+    const std::lock_guard<std::mutex> lock(standin::links().mutex);
     if (standin::tRunning == recipient) {
         standin::tRunning = nullptr;
         --recipient->running;
     }
-    standin::links().ranOne.wait(lock, [&] { return recipient->running == 0; });
+    while (recipient->running != 0) standin::links().ranOne.wait(standin::links().mutex);
     delete recipient;
 }
 

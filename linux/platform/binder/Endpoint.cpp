@@ -15,6 +15,7 @@
 #include <thread>
 #include <utility>
 
+#include "Attempt.h"
 #include "Process.h"
 
 namespace standin {
@@ -24,22 +25,24 @@ constexpr timeval kReplyTime = {kPatience.count(), 0};
 constexpr std::chrono::milliseconds kPause{20};
 constexpr int kLockAttempts = kLockTime / kPause;
 
-int64_t newLife() {
-    int64_t life = 0;
-    if (::getrandom(&life, sizeof(life), 0) != sizeof(life)) life = ::getpid();
-    return life;
+Generation newGeneration() {
+    Generation generation = 0;
+    if (::getrandom(&generation, sizeof(generation), 0) != sizeof(generation)) {
+        generation = ::getpid();
+    }
+    return generation;
 }
 
 std::string fileNameOf(const std::string& path) {
     return path.substr(path.rfind('/') + 1);
 }
 
-// The folder of an endpoint, locked while the endpoint is made or removed, so that two processes
-// never do so at once. Anybody who may read the folder can take the lock: it is not waited for
+// The directory of an endpoint, locked while the endpoint is made or removed, so that two processes
+// never do so at once. Anybody who may read the directory can take the lock: it is not waited for
 // without end, and `errno` is EWOULDBLOCK then.
-ndk::ScopedFileDescriptor lockFolderOf(const std::string& path) {
-    const std::string folder = path.substr(0, path.rfind('/'));
-    ndk::ScopedFileDescriptor lock(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+ndk::ScopedFileDescriptor lockDirectoryOf(const std::string& path) {
+    const std::string directory = path.substr(0, path.rfind('/'));
+    ndk::ScopedFileDescriptor lock(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     for (int attempt = 0; lock.get() >= 0 && ::flock(lock.get(), LOCK_EX | LOCK_NB) != 0;) {
         if (++attempt == kLockAttempts) lock.set(-1);
         std::this_thread::sleep_for(kPause);
@@ -48,20 +51,31 @@ ndk::ScopedFileDescriptor lockFolderOf(const std::string& path) {
     return lock;
 }
 
-// EEXIST when a service lives at `path`, 0 when none does, or why that cannot be told. A process
-// that was just killed may still take connections that it will never answer, so only who speaks
-// first, as a service does, lives; or who does not get round to it within a second.
-int occupationOf(const std::string& path) {
-    const timeval patience = {kProbeTime.count(), 0};
-    const ndk::ScopedFileDescriptor connection(connectTo(path, &patience));
-    if (connection.get() < 0) {
-        if (errno == EAGAIN) return EEXIST;
-        return errno == ECONNREFUSED || errno == ENOENT ? 0 : errno;
+// 0 when no service lives at `path`, EEXIST when one does, or why that cannot be told. A process
+// that was just killed may still take connections that it will never answer: it shows by ending
+// them. One that neither speaks nor ends lives.
+int probe(const std::string& path) {
+    std::unique_ptr<Connection> connection;
+    Generation generation = 0;
+    switch (connectToService(path, kProbeTime, &connection, &generation)) {
+        case Attempt::kAbsent:
+            return 0;
+        case Attempt::kFailed:
+            return errno;
+        default:
+            return EEXIST;
     }
-    ::setsockopt(connection.get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof(patience));
-    char first;
-    const ssize_t spoken = ::recv(connection.get(), &first, 1, 0);
-    return spoken > 0 || (spoken < 0 && errno == EAGAIN) ? EEXIST : 0;
+}
+
+bool startThread(void* (*function)(void*), void* argument) {
+    pthread_t thread;
+    if (::pthread_create(&thread, nullptr, function, argument) != 0) return false;
+    ::pthread_detach(thread);
+    return true;
+}
+
+void turnAway(int fd) {
+    Connection(fd).send(STATUS_WOULD_BLOCK, nullptr);
 }
 
 ucred peerOf(int fd) {
@@ -74,13 +88,13 @@ ucred peerOf(int fd) {
 }  // namespace
 
 Endpoint::Endpoint(std::string path, ndk::SpAIBinder binder)
-    : mPath(std::move(path)), mBinder(std::move(binder)), mLife(newLife()) {}
+    : mPath(std::move(path)), mBinder(std::move(binder)), mGeneration(newGeneration()) {}
 
 Endpoint* Endpoint::open(const std::string& path, const ndk::SpAIBinder& binder, int* error) {
     std::unique_ptr<Endpoint> endpoint(new Endpoint(path, binder));
     *error = endpoint->listen();
     if (*error != 0) return nullptr;
-    if (endpoint->startThread(runAdmission, endpoint.get())) return endpoint.release();
+    if (startThread(runAcceptance, endpoint.get())) return endpoint.release();
     endpoint->removeSocket();
     *error = EAGAIN;
     return nullptr;
@@ -89,14 +103,14 @@ Endpoint* Endpoint::open(const std::string& path, const ndk::SpAIBinder& binder,
 int Endpoint::listen() {
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
-    const ndk::ScopedFileDescriptor lock = lockFolderOf(mPath);
+    const ndk::ScopedFileDescriptor lock = lockDirectoryOf(mPath);
     if (lock.get() < 0) return errno;
-    // By way of the folder's descriptor: the folder's own path may be too long for an address.
+    // By way of the directory's descriptor: its own path may be too long for an address.
     const std::string path =
             "/proc/self/fd/" + std::to_string(lock.get()) + "/" + fileNameOf(mPath);
     if (path.size() >= sizeof(address.sun_path)) return ENAMETOOLONG;
     path.copy(address.sun_path, sizeof(address.sun_path) - 1);
-    if (const int occupation = occupationOf(mPath)) return occupation;
+    if (const int error = probe(mPath)) return error;
     ::unlink(mPath.c_str());
     mListener.set(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     struct stat status = {};
@@ -105,48 +119,44 @@ int Endpoint::listen() {
             ::bind(mListener.get(), reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0 &&
             ::listen(mListener.get(), kBacklog) == 0 && ::stat(mPath.c_str(), &status) == 0;
     mInode = status.st_ino;
-    return made ? 0 : errno;
+    return made && hasReserve() ? 0 : errno;
 }
 
 // Leaves a successor's socket alone.
 void Endpoint::removeSocket() const {
-    const ndk::ScopedFileDescriptor lock = lockFolderOf(mPath);
+    const ndk::ScopedFileDescriptor lock = lockDirectoryOf(mPath);
     struct stat status = {};
     if (::stat(mPath.c_str(), &status) == 0 && status.st_ino == mInode) ::unlink(mPath.c_str());
 }
 
-bool Endpoint::startThread(void* (*function)(void*), void* argument) const {
-    pthread_t thread;
-    if (::pthread_create(&thread, nullptr, function, argument) != 0) return false;
-    ::pthread_detach(thread);
-    return true;
-}
-
-void* Endpoint::runAdmission(void* endpoint) {
-    static_cast<Endpoint*>(endpoint)->admitCallers();
+void* Endpoint::runAcceptance(void* endpoint) {
+    static_cast<Endpoint*>(endpoint)->acceptCallers();
     return nullptr;
 }
 
-void Endpoint::admitCallers() {
-    for (;;) {
+void Endpoint::acceptCallers() {
+    while (!mClosing) {
         const int fd = ::accept4(mListener.get(), nullptr, nullptr, SOCK_CLOEXEC);
         if (fd >= 0) {
-            admit(fd);
-        } else if (isClosing()) {
-            return;
+            hasReserve() ? admit(fd) : turnAway(fd);
+        } else if (errno == EMFILE && mReserve.get() >= 0) {
+            mReserve.set(-1);
         } else if (errno != EINTR && errno != ECONNABORTED) {
             // Descriptors or memory lack, until callers that leave free some.
             std::this_thread::sleep_for(kPause);
+            static_cast<void>(hasReserve());
         }
     }
 }
 
-bool Endpoint::isClosing() const {
-    const std::lock_guard<std::mutex> lock(mMutex);
-    return mClosing;
+// Whether a descriptor is left over. It is given up to accept a caller for whom there is no other:
+// that one is turned away, and does not wait for a greeting in vain.
+bool Endpoint::hasReserve() {
+    if (mReserve.get() < 0) mReserve.set(::open("/", O_PATH | O_CLOEXEC));
+    return mReserve.get() >= 0;
 }
 
-bool Endpoint::mayCome(const ucred& peer) const {
+bool Endpoint::admits(const ucred& peer) const {
     size_t ofProcess = 0;
     size_t ofUser = 0;
     for (const Caller& caller : mCallers) {
@@ -158,41 +168,41 @@ bool Endpoint::mayCome(const ucred& peer) const {
 }
 
 void Endpoint::admit(int fd) {
+    Caller* const caller = add(fd);
+    if (caller != nullptr && startThread(runCaller, caller)) return;
+    if (caller != nullptr) remove(caller);
+    turnAway(fd);
+}
+
+// Null when the caller is not admitted.
+Endpoint::Caller* Endpoint::add(int fd) {
     const ucred peer = peerOf(fd);
-    ::setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &kReplyTime, sizeof(kReplyTime));
-    std::unique_lock<std::mutex> lock(mMutex);
-    if (!mayCome(peer)) {
-        lock.unlock();
-        Connection(fd).send(STATUS_WOULD_BLOCK, nullptr);
-        return;
-    }
+    const std::lock_guard<std::mutex> lock(mMutex);
+    if (!admits(peer)) return nullptr;
     mCallers.push_front({this, fd, peer});
-    Caller* const caller = &mCallers.front();
-    lock.unlock();
-    if (startThread(runCaller, caller)) return;
-    forget(caller);
-    Connection(fd).send(STATUS_WOULD_BLOCK, nullptr);
+    return &mCallers.front();
 }
 
 void* Endpoint::runCaller(void* argument) {
     auto* caller = static_cast<Caller*>(argument);
     Endpoint* const endpoint = caller->endpoint;
     Connection connection(caller->fd);
+    ::setsockopt(caller->fd, SOL_SOCKET, SO_SNDTIMEO, &kReplyTime, sizeof(kReplyTime));
     endpoint->serve(&connection);
-    endpoint->forget(caller);
+    endpoint->remove(caller);
     return nullptr;
 }
 
-// Before the connection is closed: its descriptor may belong to somebody else afterwards.
-void Endpoint::forget(const Caller* caller) {
-    std::lock_guard<std::mutex> lock(mMutex);
+// Before the connection is closed: its descriptor may belong to another caller afterwards.
+void Endpoint::remove(const Caller* caller) {
+    const std::lock_guard<std::mutex> lock(mMutex);
     mCallers.remove_if([&](const Caller& each) { return &each == caller; });
-    mForgotten.notify_all();
+    mRemoved.notify_all();
 }
 
 void Endpoint::serve(Connection* connection) const {
     AParcel reply;
-    reply.putValue(mLife);
+    reply.putValue(mGeneration);
     binder_status_t status = STATUS_OK;
     while (connection->send(status, &reply) && connection->receive()) {
         reply.reset();
@@ -216,11 +226,12 @@ binder_status_t Endpoint::answer(Connection* connection, AParcel* reply) const {
 void Endpoint::close() {
     removeSocket();
     refuseFurtherCalls();
-    std::unique_lock<std::mutex> lock(mMutex);
+    const auto deadline = Clock::now() + kPatience;
+    const std::lock_guard<std::mutex> lock(mMutex);
     mClosing = true;
     ::shutdown(mListener.get(), SHUT_RDWR);
     for (const Caller& caller : mCallers) ::shutdown(caller.fd, SHUT_RD);
-    mForgotten.wait_for(lock, kPatience, [&] { return mCallers.empty(); });
+    while (!mCallers.empty() && Clock::now() < deadline) mRemoved.wait_until(mMutex, deadline);
 }
 
 }  // namespace standin

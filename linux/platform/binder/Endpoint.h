@@ -1,8 +1,10 @@
 #pragma once
 
 #include <android/binder_auto_utils.h>
+#include <standin/ThreadSafety.h>
 #include <sys/socket.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <list>
 #include <mutex>
@@ -41,28 +43,29 @@ class Endpoint {
     Endpoint(std::string path, ndk::SpAIBinder binder);
     int listen();
     void removeSocket() const;
-    bool startThread(void* (*function)(void*), void* argument) const;
-    void admitCallers();
+    void acceptCallers();
+    bool hasReserve();
     void admit(int fd);
-    bool isClosing() const;
-    bool mayCome(const ucred& peer) const;
+    Caller* add(int fd);
+    bool admits(const ucred& peer) const REQUIRES(mMutex);
     void serve(Connection* connection) const;
     binder_status_t answer(Connection* connection, AParcel* reply) const;
-    void forget(const Caller* caller);
+    void remove(const Caller* caller);
 
-    static void* runAdmission(void* endpoint);
+    static void* runAcceptance(void* endpoint);
     static void* runCaller(void* caller);
 
     const std::string mPath;
     const ndk::SpAIBinder mBinder;
-    const int64_t mLife;  // tells this life of the service from others
+    const Generation mGeneration;
     ndk::ScopedFileDescriptor mListener;
+    ndk::ScopedFileDescriptor mReserve;
     ino_t mInode = 0;
+    std::atomic<bool> mClosing{false};
 
-    mutable std::mutex mMutex;  // guards what follows
-    std::condition_variable mForgotten;
-    std::list<Caller> mCallers;
-    bool mClosing = false;
+    std::mutex mMutex;
+    std::condition_variable_any mRemoved;
+    std::list<Caller> mCallers GUARDED_BY(mMutex);
 };
 
 }  // namespace standin

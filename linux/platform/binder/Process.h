@@ -2,9 +2,9 @@
 
 namespace standin {
 
-// The right to enter a service object: as many exist as the process has given binder threads. Held
-// for the length of one call, and not while a frame is received or sent, so a peer that is slow at
-// its end keeps no other from being answered.
+// The right to enter a service object: as many exist as the process has given binder threads, and
+// whoever asks first gets one first. Held for the length of one call, and not while a frame is
+// received or sent, so a peer that is slow at its end keeps no other from being answered.
 class CallPermit {
   public:
     // Waits until one is free. Not granted once the process is leaving.

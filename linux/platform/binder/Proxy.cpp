@@ -19,76 +19,76 @@ binder_status_t takeReply(Connection* connection, AParcel* out) {
 
 }  // namespace
 
-AIBinder* Proxy::open(const std::string& path) {
-    auto* proxy = new Proxy(path);
+AIBinder* Proxy::open(const std::string& path, Attempt* attempt) {
     ConnectionPtr connection;
-    if (proxy->connect(&connection, &proxy->mLife) != Reached::kService) {
-        proxy->decStrong();
-        return nullptr;
-    }
+    Generation generation = 0;
+    *attempt = connectToService(path, kPatience, &connection, &generation);
+    if (*attempt != Attempt::kAdmitted) return nullptr;
+    auto* const proxy = new Proxy(path, generation);
+    const std::lock_guard<std::mutex> lock(proxy->mMutex);
     proxy->mIdle.push_back(std::move(connection));
     return proxy;
 }
 
 void Proxy::release() {
     dropDeathLinks(this);
-    std::lock_guard<std::mutex> lock(mMutex);
+    const std::lock_guard<std::mutex> lock(mMutex);
     mIdle.clear();
     if (mWatched != nullptr) ::shutdown(mWatched->fd(), SHUT_RDWR);
 }
 
-// The service speaks first: which life of it the connection leads to, or that it is full.
-Proxy::Reached Proxy::connect(ConnectionPtr* connection, int64_t* life) const {
-    const int fd = connectTo(mPath);
-    if (fd < 0) {
-        // Anything else, such as no descriptor left, says nothing about the service.
-        const bool nobody = errno == ECONNREFUSED || errno == ENOENT;
-        return nobody ? Reached::kNobody : Reached::kNotNow;
-    }
-    *connection = std::make_unique<Connection>(fd);
-    if (!(*connection)->receive()) return Reached::kNobody;
-    if ((*connection)->word() != STATUS_OK) return Reached::kNotNow;
-    const AParcel hello((*connection)->payload(), (*connection)->payloadSize());
-    return hello.takeValue(life) == STATUS_OK ? Reached::kService : Reached::kNobody;
-}
-
-// Null when there is no connection to be had now; and when the service is gone or another one by
-// now, which is the proxy's end.
-Proxy::ConnectionPtr Proxy::connectToSameLife() {
+// A further connection. Null when there is none now; and when the service is gone, or another one
+// has taken its place, which is the proxy's end. A service that turns this process away is not
+// dead, and nor is one that this process lacks a descriptor for.
+Proxy::ConnectionPtr Proxy::reconnect() {
     if (!isAlive()) return nullptr;
-    int64_t life = 0;
+    Generation generation = 0;
     ConnectionPtr connection;
-    const Reached reached = connect(&connection, &life);
-    if (reached == Reached::kNotNow) return nullptr;
-    if (reached == Reached::kService && life == mLife) return connection;
-    mAlive.store(false, std::memory_order_release);
+    const Attempt attempt = connectToService(mPath, kPatience, &connection, &generation);
+    if (attempt == Attempt::kAdmitted && generation == mGeneration) return connection;
+    if (attempt == Attempt::kAdmitted || attempt == Attempt::kAbsent) {
+        mAlive.store(false, std::memory_order_release);
+    }
     return nullptr;
 }
 
+// An idle connection, or a new one.
 Proxy::ConnectionPtr Proxy::borrow() {
-    std::unique_lock<std::mutex> lock(mMutex);
-    mGivenBack.wait(lock, [&] { return mBorrowed < kMaxConnections; });
-    ++mBorrowed;
-    if (mIdle.empty()) {
-        lock.unlock();
-        ConnectionPtr connection = connectToSameLife();
-        if (connection == nullptr) giveBack(nullptr);
-        return connection;
-    }
-    ConnectionPtr connection = std::move(mIdle.back());
-    mIdle.pop_back();
+    ConnectionPtr connection;
+    if (borrowIdle(&connection)) return connection;
+    connection = reconnect();
+    if (connection == nullptr) giveBack(nullptr);
     return connection;
+}
+
+// False when no connection is idle; the caller may then make one of its own.
+bool Proxy::borrowIdle(ConnectionPtr* connection) {
+    const std::lock_guard<std::mutex> lock(mMutex);
+    while (mBorrowed == kMaxConnections) mGivenBack.wait(mMutex);
+    ++mBorrowed;
+    if (mIdle.empty()) return false;
+    *connection = std::move(mIdle.back());
+    mIdle.pop_back();
+    return true;
 }
 
 // Takes a connection back, or null for one that was lost.
 void Proxy::giveBack(ConnectionPtr connection) {
     if (connection != nullptr) connection->trim();
     {
-        std::lock_guard<std::mutex> lock(mMutex);
+        const std::lock_guard<std::mutex> lock(mMutex);
         if (connection != nullptr) mIdle.push_back(std::move(connection));
         --mBorrowed;
     }
     mGivenBack.notify_one();
+}
+
+// Gives back a new connection for one that was lost. Whether that succeeded.
+bool Proxy::replaceLost() {
+    ConnectionPtr connection = reconnect();
+    const bool replaced = connection != nullptr;
+    giveBack(std::move(connection));
+    return replaced;
 }
 
 binder_status_t Proxy::transact(transaction_code_t code, const AParcel& in, AParcel* out) {
@@ -96,16 +96,18 @@ binder_status_t Proxy::transact(transaction_code_t code, const AParcel& in, APar
     if (!fits(in)) return STATUS_FAILED_TRANSACTION;
     ConnectionPtr connection = borrow();
     if (connection == nullptr) return whyNotConnected();
-    if (connection->send(static_cast<int32_t>(code), &in) && connection->receive()) {
-        const binder_status_t status = takeReply(connection.get(), out);
-        giveBack(std::move(connection));
-        return status;
+    if (!connection->send(static_cast<int32_t>(code), &in)) {
+        // The service acts on whole frames only: nothing was carried out.
+        return replaceLost() ? STATUS_FAILED_TRANSACTION : whyNotConnected();
     }
-    // The connection is lost. Whether the service is, a new one tells.
-    connection = connectToSameLife();
-    const bool lives = connection != nullptr;
+    if (!connection->receive()) {
+        // The service ended, or its reply was lost: the call may have been carried out.
+        replaceLost();
+        return STATUS_DEAD_OBJECT;
+    }
+    const binder_status_t status = takeReply(connection.get(), out);
     giveBack(std::move(connection));
-    return lives ? STATUS_FAILED_TRANSACTION : whyNotConnected();
+    return status;
 }
 
 binder_status_t Proxy::linkToDeath(AIBinder_DeathRecipient* recipient, void* cookie) {
@@ -115,25 +117,33 @@ binder_status_t Proxy::linkToDeath(AIBinder_DeathRecipient* recipient, void* coo
     return whyNotConnected();
 }
 
+bool Proxy::startWatching() {
+    if (isWatched()) return true;
+    ConnectionPtr connection = reconnect();
+    if (connection == nullptr) return false;
+    const std::lock_guard<std::mutex> lock(mMutex);
+    if (mWatched == nullptr) startWatcher(std::move(connection));
+    return mWatched != nullptr;
+}
+
+bool Proxy::isWatched() {
+    const std::lock_guard<std::mutex> lock(mMutex);
+    return mWatched != nullptr;
+}
+
 // The watching thread waits for the end of a connection that is used for nothing else. It holds no
 // strong reference, so it keeps no proxy alive; release() ends it.
-bool Proxy::startWatching() {
-    std::lock_guard<std::mutex> lock(mMutex);
-    if (mWatched != nullptr) return true;
-    mWatched = connectToSameLife();
-    if (mWatched == nullptr) return false;
+void Proxy::startWatcher(std::shared_ptr<Connection> connection) {
     incWeak();
     try {
-        std::thread([this, watched = mWatched] {
-            watch(watched.get());
+        std::thread([this, connection] {
+            watch(connection.get());
             decWeak();
         }).detach();
+        mWatched = std::move(connection);
     } catch (const std::system_error&) {
         decWeak();
-        mWatched = nullptr;
-        return false;
     }
-    return true;
 }
 
 void Proxy::watch(Connection* connection) {

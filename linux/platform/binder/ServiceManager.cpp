@@ -1,15 +1,18 @@
 #include <android/binder_manager.h>
 #include <android/log.h>
 #include <dirent.h>
+#include <standin/ThreadSafety.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <map>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "Binder.h"
@@ -20,14 +23,20 @@ namespace standin {
 namespace {
 
 constexpr char kLogTag[] = "ServiceManager";
-constexpr useconds_t kLookAgain = 20 * 1000;
+constexpr char kRootVariable[] = "ANDROID_DEVICE_ROOT";
 
-const std::string& socketFolder() {
-    static const std::string& folder = *new std::string([] {
-        const char* root = std::getenv("ANDROID_DEVICE_ROOT");
+// A service that is waited for is looked for again after 20 ms, and after a longer pause each time.
+// From the second after which a person wonders, the log says what is waited for.
+constexpr std::chrono::milliseconds kFirstPause{20};
+constexpr std::chrono::milliseconds kLongestPause{500};
+constexpr std::chrono::seconds kSilence{1};
+
+const std::string& socketDirectory() {
+    static const std::string& directory = *new std::string([] {
+        const char* root = std::getenv(kRootVariable);
         return std::string(root == nullptr ? "" : root) + "/dev/socket/binder/";
     }());
-    return folder;
+    return directory;
 }
 
 bool isNameCharacter(char c) {
@@ -41,24 +50,24 @@ bool isName(const char* instance) {
     return length <= kMaxNameLength && std::all_of(instance, instance + length, isNameCharacter);
 }
 
-// All endpoints lie in one folder: the '/' of a name becomes a character that no name holds.
+// All endpoints lie in one directory: the '/' of a name becomes a character that no name holds.
 std::string fileNameOf(std::string instance) {
     std::replace(instance.begin(), instance.end(), '/', ':');
     return instance;
 }
 
 std::string endpointOf(const char* instance) {
-    return socketFolder() + fileNameOf(instance);
+    return socketDirectory() + fileNameOf(instance);
 }
 
 // The services of this process. Lives as long as it.
 struct Services {
     std::mutex mutex;
-    std::map<std::string, Endpoint*> byName;
-    pid_t process = 0;  // that registered them: a forked child inherits the list, not the services
+    std::map<std::string, Endpoint*> byName GUARDED_BY(mutex);
+    // That registered them: a forked child inherits the list, not the services.
+    pid_t process GUARDED_BY(mutex) = 0;
 
-    // To be called with the mutex held.
-    void forgetInherited() {
+    void forgetInherited() REQUIRES(mutex) {
         if (process == ::getpid()) return;
         process = ::getpid();
         byName.clear();
@@ -71,7 +80,7 @@ Services& services() {
 }
 
 void closeAllEndpoints() {
-    std::lock_guard<std::mutex> lock(services().mutex);
+    const std::lock_guard<std::mutex> lock(services().mutex);
     services().forgetInherited();
     for (const auto& [name, endpoint] : services().byName) endpoint->close();
 }
@@ -83,18 +92,55 @@ binder_exception_t report(int error, const char* instance) {
     return EX_TRANSACTION_FAILED;
 }
 
+// The service of this process with that name, or null.
+AIBinder* findLocal(const char* instance) {
+    const std::lock_guard<std::mutex> lock(services().mutex);
+    services().forgetInherited();
+    const auto found = services().byName.find(instance);
+    if (found == services().byName.end()) return nullptr;
+    AIBinder* const binder = found->second->binder().get();
+    binder->incStrong();
+    return binder;
+}
+
+AIBinder* find(const char* instance, Attempt* attempt) {
+    AIBinder* const local = findLocal(instance);
+    return local != nullptr ? local : Proxy::open(endpointOf(instance), attempt);
+}
+
+// What is to be said of an attempt that did not succeed; `error` is the errno of kFailed.
+std::string explain(Attempt attempt, int error) {
+    switch (attempt) {
+        case Attempt::kTurnedAway:
+            return "it turns this process away: it has all the connections that it admits, or "
+                   "lacks descriptors";
+        case Attempt::kUnanswered:
+            return "it does not answer: it is stopped or overloaded";
+        case Attempt::kFailed:
+            return std::strerror(error);
+        default:
+            return std::string("nothing is there; another device root is named with ") +
+                   kRootVariable + ", or lumctl's --root";
+    }
+}
+
+void warn(const char* what, const char* instance, const std::string& why) {
+    __android_log_print(ANDROID_LOG_WARN, kLogTag, "%s %s at %s: %s", what, instance,
+                        endpointOf(instance).c_str(), why.c_str());
+}
+
 std::vector<std::string> instancesOf(const std::string& interface) {
     std::vector<std::string> instances;
     const std::string prefix = fileNameOf(interface + "/");
-    DIR* folder = ::opendir(socketFolder().c_str());
-    if (folder == nullptr) return instances;
-    while (const dirent* entry = ::readdir(folder)) {
+    DIR* directory = ::opendir(socketDirectory().c_str());
+    if (directory == nullptr) return instances;
+    while (const dirent* entry = ::readdir(directory)) {
         const std::string name = entry->d_name;
         if (name.compare(0, prefix.size(), prefix) == 0) {
             instances.push_back(name.substr(prefix.size()));
         }
     }
-    ::closedir(folder);
+    ::closedir(directory);
     std::sort(instances.begin(), instances.end());
     return instances;
 }
@@ -107,7 +153,7 @@ binder_exception_t AServiceManager_addService(AIBinder* binder, const char* inst
         return EX_ILLEGAL_ARGUMENT;
     }
     standin::Services& services = standin::services();
-    std::lock_guard<std::mutex> lock(services.mutex);
+    const std::lock_guard<std::mutex> lock(services.mutex);
     services.forgetInherited();
     if (services.byName.count(instance) != 0) return EX_ILLEGAL_STATE;
     binder->incStrong();
@@ -122,26 +168,29 @@ binder_exception_t AServiceManager_addService(AIBinder* binder, const char* inst
 
 AIBinder* AServiceManager_checkService(const char* instance) {
     if (!standin::isName(instance)) return nullptr;
-    {
-        std::lock_guard<std::mutex> lock(standin::services().mutex);
-        standin::services().forgetInherited();
-        const auto local = standin::services().byName.find(instance);
-        if (local != standin::services().byName.end()) {
-            AIBinder* binder = local->second->binder().get();
-            binder->incStrong();
-            return binder;
-        }
+    auto attempt = standin::Attempt::kAbsent;
+    AIBinder* const binder = standin::find(instance, &attempt);
+    if (binder == nullptr && attempt != standin::Attempt::kAbsent) {
+        standin::warn("No connection to", instance, standin::explain(attempt, errno));
     }
-    return standin::Proxy::open(standin::endpointOf(instance));
+    return binder;
 }
 
 AIBinder* AServiceManager_waitForService(const char* instance) {
     if (!standin::isName(instance)) return nullptr;
-    AIBinder* binder = nullptr;
-    while ((binder = AServiceManager_checkService(instance)) == nullptr) {
-        ::usleep(standin::kLookAgain);
+    const auto loud = standin::Clock::now() + standin::kSilence;
+    std::string told;
+    for (auto pause = standin::kFirstPause;; pause = std::min(2 * pause, standin::kLongestPause)) {
+        auto attempt = standin::Attempt::kAbsent;
+        AIBinder* const binder = standin::find(instance, &attempt);
+        if (binder != nullptr) return binder;
+        const std::string why = standin::explain(attempt, errno);
+        if (standin::Clock::now() >= loud && why != told) {
+            standin::warn("Waiting for", instance, why);
+            told = why;
+        }
+        std::this_thread::sleep_for(pause);
     }
-    return binder;
 }
 
 bool AServiceManager_isDeclared(const char* instance) {

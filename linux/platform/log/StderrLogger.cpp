@@ -2,6 +2,7 @@
 #include <limits.h>
 #include <poll.h>
 #include <pthread.h>
+#include <standin/ThreadSafety.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -21,13 +22,17 @@ std::mutex gOutputLock;
 
 // A child must not inherit the lock, nor rules that are half read, from a thread that it does not
 // have.
-void prepareForFork() {
+void prepareForFork() ACQUIRE(gOutputLock) {
     TagFilter::fromEnvironment();
     gOutputLock.lock();
 }
 
-[[maybe_unused]] const int gForkHandlers = pthread_atfork(
-        prepareForFork, [] { gOutputLock.unlock(); }, [] { gOutputLock.unlock(); });
+void goOnAfterFork() RELEASE(gOutputLock) {
+    gOutputLock.unlock();
+}
+
+[[maybe_unused]] const int gForkHandlers =
+        pthread_atfork(prepareForFork, goOnAfterFork, goOnAfterFork);
 
 void waitUntilWritable() {
     pollfd output = {STDERR_FILENO, POLLOUT, 0};

@@ -1,18 +1,22 @@
 #include <android/binder_manager.h>
 #include <android/binder_parcel_utils.h>
 #include <android/binder_process.h>
+#include <android/log.h>
+#include <gmock/gmock.h>
 #include <signal.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
 
 #include <atomic>
 #include <future>
+#include <mutex>
 
 #include "EchoService.h"
 
 namespace {
 
 using namespace echo_service;
+using testing::HasSubstr;
 
 TEST_F(BinderCall, ReachesAnotherProcessWithTextAndDescriptors) {
     EXPECT_TRUE(AIBinder_isRemote(mBinder.get()));
@@ -100,7 +104,7 @@ ndk::ScopedAIBinder_DeathRecipient makeRecipient() {
     return recipient;
 }
 
-TEST_F(BinderCall, ReportsAServiceThatIsKilledInMidCallAndFindsTheNextOne) {
+TEST_F(BinderCall, ReportsAServiceThatIsKilledInMidCall) {
     Deaths deaths;
     const auto recipient = makeRecipient();
     ASSERT_EQ(AIBinder_linkToDeath(mBinder.get(), recipient.get(), &deaths), STATUS_OK);
@@ -111,13 +115,6 @@ TEST_F(BinderCall, ReportsAServiceThatIsKilledInMidCallAndFindsTheNextOne) {
     EXPECT_EQ(deaths.told.get_future().wait_for(5s), std::future_status::ready);
     EXPECT_FALSE(AIBinder_isAlive(mBinder.get()));
     EXPECT_EQ(AIBinder_linkToDeath(mBinder.get(), recipient.get(), &deaths), STATUS_DEAD_OBJECT);
-
-    // A new service at once, where the killed one left its socket. The old proxy stays dead.
-    mService = std::make_unique<ChildProcess>([] { return serve(3); });
-    const ndk::SpAIBinder next = find();
-    EXPECT_EQ(echo("old"), STATUS_DEAD_OBJECT);
-    mBinder = next;
-    EXPECT_EQ(echo("new"), STATUS_OK);
     EXPECT_EQ(deaths.died, 1);
 }
 
@@ -134,11 +131,109 @@ TEST_F(BinderCall, TakesItsOwnLackOfDescriptorsForNobodysDeath) {
     EXPECT_EQ(echo("alive all the time"), STATUS_OK);
 }
 
+// The new service is there at once, where the killed one left its socket.
 TEST_F(BinderCall, NeverMistakesTheNextServiceForTheOneThatDied) {
     mService->endWith(SIGKILL);
     mService = std::make_unique<ChildProcess>([] { return serve(3); });
     const ndk::SpAIBinder next = find();
-    EXPECT_EQ(echo("nobody asked in between"), STATUS_DEAD_OBJECT);
+    EXPECT_EQ(echo("not asked in between"), STATUS_DEAD_OBJECT);
+    mBinder = next;
+    EXPECT_EQ(echo("new"), STATUS_OK);
+}
+
+TEST_F(BinderCall, TellsWhatMayHaveBeenDoneFromWhatWasNot) {
+    ndk::ScopedAParcel out;
+    EXPECT_EQ(call(kLoseReply, &out, int32_t{0}), STATUS_DEAD_OBJECT);
+    EXPECT_TRUE(AIBinder_isAlive(mBinder.get()));
+    EXPECT_EQ(echo("over a new connection"), STATUS_OK);
+    stopSending();
+    EXPECT_EQ(echo("never sent"), STATUS_FAILED_TRANSACTION);
+    EXPECT_EQ(echo("over a new connection"), STATUS_OK);
+}
+
+TEST_F(BinderCall, EndsAServiceThatHasNoMemoryForACall) {
+    const rlimit none = {0, 0};
+    ASSERT_EQ(::prlimit(mService->pid(), RLIMIT_DATA, &none, nullptr), 0);
+    EXPECT_EQ(echo(std::string(400 * 1024, 'x')), STATUS_DEAD_OBJECT);
+    EXPECT_NE(mService->wait(), 0);
+}
+
+// --- No connection.
+
+std::mutex gLogMutex;
+std::string gLog;
+
+std::string takeLog() {
+    const std::lock_guard<std::mutex> lock(gLogMutex);
+    return std::exchange(gLog, "");
+}
+
+class BinderConnection : public BinderCall {
+  protected:
+    BinderConnection() {
+        __android_log_set_logger([](const __android_log_message* line) {
+            const std::lock_guard<std::mutex> lock(gLogMutex);
+            gLog += line->message;
+        });
+    }
+
+    // What the log says when the service cannot be got hold of.
+    static std::string whyNot() {
+        takeLog();
+        EXPECT_EQ(AServiceManager_checkService(kName), nullptr);
+        return takeLog();
+    }
+};
+
+TEST_F(BinderConnection, IsRefusedToAProcessThatHasTooManyAlready) {
+    std::vector<ndk::ScopedFileDescriptor> all(standin::kMaxCallersOfAProcess + 4);
+    size_t admitted = 1;  // the proxy's
+    for (auto& each : all) {
+        each.set(standin::connectToSocket(kSocket, standin::kPatience));
+        if (isGreeted(each.get())) ++admitted;
+    }
+    EXPECT_EQ(admitted, standin::kMaxCallersOfAProcess);
+    EXPECT_THAT(whyNot(), HasSubstr("turns this process away"));
+    ChildProcess other([] { return AServiceManager_checkService(kName) == nullptr ? 1 : 0; });
+    EXPECT_EQ(other.wait(), 0);
+    auto pending = std::async(std::launch::async, [&] { return sleepFor(1500ms); });
+    std::this_thread::sleep_for(500ms);  // the proxy's connection is taken
+    EXPECT_EQ(echo("one too many"), STATUS_WOULD_BLOCK);
+    EXPECT_EQ(pending.get(), STATUS_OK);
+}
+
+TEST_F(BinderConnection, IsNotWaitedForWithoutEndAndTheLogSaysWhy) {
+    rlimit limit = {};
+    const pid_t service = mService->pid();
+    ASSERT_EQ(::prlimit(service, RLIMIT_NOFILE, nullptr, &limit), 0);
+    const std::string open = "/proc/" + std::to_string(service) + "/fd/";
+    rlimit full = {0, limit.rlim_max};
+    while (support::exists(open + std::to_string(full.rlim_cur))) ++full.rlim_cur;
+    ASSERT_EQ(::prlimit(service, RLIMIT_NOFILE, &full, nullptr), 0);
+    const ndk::SpAIBinder last = find();  // accept() has had a descriptor for it all the time
+    EXPECT_THAT(whyNot(), HasSubstr("lacks descriptors"));
+    ASSERT_EQ(::prlimit(service, RLIMIT_NOFILE, &limit, nullptr), 0);
+    EXPECT_NE(find().get(), nullptr);
+    ::kill(service, SIGSTOP);
+    EXPECT_THAT(whyNot(), HasSubstr("does not answer"));
+    ::kill(service, SIGCONT);
+    EXPECT_EQ(echo("there all the time"), STATUS_OK);
+}
+
+TEST_F(BinderConnection, IsWaitedForWithAWord) {
+    constexpr char kLate[] = "test.IEcho/late";
+    auto waiting = std::async(std::launch::async, [&] {
+        return ndk::SpAIBinder(AServiceManager_waitForService(kLate));
+    });
+    std::string said;
+    for (int i = 0; i < 1000 && said.empty(); ++i) {
+        std::this_thread::sleep_for(10ms);
+        said = takeLog();
+    }
+    EXPECT_THAT(said, HasSubstr("/dev/socket/binder/test.IEcho:late: nothing is there"));
+    const ndk::SpAIBinder late(AIBinder_new(echoClass(), nullptr));
+    EXPECT_EQ(AServiceManager_addService(late.get(), kLate), EX_NONE);
+    EXPECT_EQ(waiting.get(), late);
 }
 
 TEST_F(BinderCall, TellsNoDeathToARecipientThatWasUnlinked) {

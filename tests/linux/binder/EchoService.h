@@ -5,6 +5,7 @@
 #include <android/binder_parcel_utils.h>
 #include <android/binder_process.h>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -15,7 +16,7 @@
 
 #include "ChildProcess.h"
 #include "Files.h"
-#include "linux/platform/binder/Wire.h"
+#include "linux/platform/binder/Attempt.h"
 
 namespace echo_service {
 
@@ -25,9 +26,16 @@ using support::ChildProcess;
 constexpr char kName[] = "test.IEcho/default";
 constexpr char kSocket[] = "/dev/socket/binder/test.IEcho:default";
 
-// --- A service that echoes text, reads what a descriptor leads to, sleeps, and fills replies.
+// --- A service that echoes text, reads what a descriptor leads to, sleeps, fills and loses
+// replies.
 
-enum Code : transaction_code_t { kEcho = 1, kReadFile, kSleep, kFill };
+enum Code : transaction_code_t { kEcho = 1, kReadFile, kSleep, kFill, kLoseReply };
+
+// Lets no connection of this process send any more.
+inline void stopSending() {
+    // Downwards: a connection that is made meanwhile has a higher number.
+    for (int fd = 63; fd > STDERR_FILENO; --fd) ::shutdown(fd, SHUT_WR);
+}
 
 inline binder_status_t readFile(const AParcel* in, AParcel* out) {
     ndk::ScopedFileDescriptor file;
@@ -48,11 +56,12 @@ inline binder_status_t onTransact(AIBinder*, transaction_code_t code, const APar
         return status == STATUS_OK ? ndk::AParcel_writeData(out, text) : status;
     }
     if (AParcel_readInt32(in, &number) != STATUS_OK) return STATUS_NOT_ENOUGH_DATA;
+    if (code == kLoseReply) stopSending();
     if (code == kSleep) std::this_thread::sleep_for(std::chrono::milliseconds(number));
     if (code == kFill) {
         return ndk::AParcel_writeVector(out, std::vector<uint8_t>(static_cast<size_t>(number)));
     }
-    return code == kSleep ? STATUS_OK : STATUS_UNKNOWN_TRANSACTION;
+    return code == kSleep || code == kLoseReply ? STATUS_OK : STATUS_UNKNOWN_TRANSACTION;
 }
 
 inline const AIBinder_Class* echoClass() {
@@ -69,6 +78,11 @@ inline int serve(uint32_t moreThreads) {
     for (;;) ::pause();
 }
 
+inline bool isGreeted(int fd) {
+    standin::Greeting greeting;
+    return ::recv(fd, &greeting, sizeof(greeting), MSG_WAITALL) == sizeof(greeting);
+}
+
 class BinderCall : public testing::Test {
   protected:
     explicit BinderCall(uint32_t moreThreads = 3)
@@ -81,7 +95,7 @@ class BinderCall : public testing::Test {
         return binder;
     }
 
-    template <class... Args>
+    template <typename... Args>
     binder_status_t call(Code code, ndk::ScopedAParcel* out, const Args&... args) {
         ndk::ScopedAParcel in;
         binder_status_t status = AIBinder_prepareTransaction(mBinder.get(), in.getR());
