@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "GuardedBy.h"
+
 namespace session_operator {
 
 // What runs: campaigns under their keys with their collectors, and modules that are on. May be used
@@ -25,13 +27,13 @@ class CampaignEngine {
   private:
     using Names = std::set<std::string>;
 
-    bool hasRoomFor(const std::string& key, const Names& collectors) const;
-    void end(std::map<std::string, Names>::iterator campaign);
+    bool hasRoomFor(const std::string& key, const Names& collectors) const LUM_REQUIRES(mMutex);
+    void end(std::map<std::string, Names>::iterator campaign) LUM_REQUIRES(mMutex);
 
-    mutable std::mutex mMutex;  // guards what follows
-    std::map<std::string, Names> mCampaigns;
-    std::set<uint32_t> mModules;
-    size_t mNameBytes = 0;  // of all keys and collectors
+    mutable std::mutex mMutex;
+    std::map<std::string, Names> mCampaigns LUM_GUARDED_BY(mMutex);
+    std::set<uint32_t> mModules LUM_GUARDED_BY(mMutex);
+    size_t mNameBytes LUM_GUARDED_BY(mMutex) = 0;  // of all keys and collectors
 };
 
 }  // namespace session_operator

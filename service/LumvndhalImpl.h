@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "GuardedBy.h"
+
 namespace aidl::vendor::tav::lumvndhal_aidl {
 
 // The vendor service: the one object behind ILumvndhal.
@@ -113,8 +115,8 @@ class __attribute__((visibility("default"))) LumvndhalImpl : public BnLumvndhal 
     void delete_dir_tree(const char* path);
 
   private:
-    std::unique_ptr<ByteQueue> mFmqSync;  // guarded by mLock
-    std::mutex mLock;                     // held by each interface method
+    std::mutex mLock;  // held by each interface method
+    std::unique_ptr<ByteQueue> mFmqSync LUM_GUARDED_BY(mLock);
     std::string mLumtrVersion;
     SetCampOperation mSetCampOperation = nullptr;
     SetCampModuleOperation mSetCampModuleOperation = nullptr;
