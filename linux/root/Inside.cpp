@@ -32,7 +32,7 @@ std::string variable(const char* name) {
 
 std::vector<std::string> writablePaths(const Inside& inside) {
     std::vector<std::string> paths = inside.writable;
-    for (const char* each : {"/data", "/vendor", "/mnt", "/sys", "/dev", "/proc/self"}) {
+    for (const char* each : {"/data", "/vendor", "/mnt", "/sys", "/dev"}) {
         paths.emplace_back(each);
     }
     paths.insert(paths.end(), std::begin(kDevices), std::end(kDevices));
