@@ -34,6 +34,10 @@ if(LUM_CTL)
     DESTINATION share/bash-completion/completions)
 endif()
 set_target_properties(${programs} PROPERTIES INSTALL_RPATH "$ORIGIN/../${libraries}")
+if(NOT CMAKE_CROSSCOMPILING) # the launcher is always for the machine that builds
+  list(APPEND programs device_root_run)
+  install(DIRECTORY linux/root/sample/ DESTINATION share/lumvndhal/sample-root COMPONENT runtime)
+endif()
 install(TARGETS ${programs} RUNTIME DESTINATION bin COMPONENT runtime)
 
 # --- development

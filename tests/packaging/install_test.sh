@@ -50,8 +50,8 @@ read -ra flags < <(pkg-config --cflags --libs lumvndhal-client)
 check "building with pkg-config" "$CXX" -std=c++17 "$sources/examples/client/Client.cpp" "${flags[@]}" \
     -o "$work/by_pkg_config"
 
-check "making a device root" "$sources/linux/root/new-root" "$root"
-"$sources/linux/root/run" --quiet --root "$root" -- "$work/engine/example_service" 2>"$work/log" &
+check "making a device root" "$prefix/bin/lumvndhal-root" --new "$root" --sample
+"$prefix/bin/lumvndhal-root" --quiet --root "$root" -- "$work/engine/example_service" 2>"$work/log" &
 service=$!
 until_it_does "${lumctl[@]}" ping
 stores_a_file "$work/client/example_client"
