@@ -27,6 +27,12 @@ else()
   add_link_options(LINKER:--no-undefined) # clang links a sanitizer's run-time into executables only
 endif()
 
+# What programs of the tests are started through: an emulator, or for the thread sanitizer a
+# predictable layout.
+if(LUM_SANITIZE STREQUAL "thread")
+  set(LUM_EMULATOR setarch --addr-no-randomize)
+endif()
+
 # Whether char is signed: empty for the compiler's own choice, else "signed" or "unsigned".
 set(LUM_CHAR "" CACHE STRING "Signedness of plain char")
 if(LUM_CHAR)
