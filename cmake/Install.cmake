@@ -23,19 +23,33 @@ function(compress output source)
   set_property(GLOBAL APPEND PROPERTY LUM_COMPRESSED ${output})
 endfunction()
 
+function(install_manual source)
+  get_filename_component(name ${source} NAME)
+  compress(${PROJECT_BINARY_DIR}/${name}.gz ${PROJECT_SOURCE_DIR}/${source})
+  install(FILES ${PROJECT_BINARY_DIR}/${name}.gz DESTINATION share/man/man1 COMPONENT runtime)
+endfunction()
+
 # --- runtime
 
 set(programs lum_service)
+install_manual(linux/root/vendor.tav.lumvndhal_aidl-service.1)
 if(LUM_CTL)
   list(APPEND programs lumctl)
-  compress(${CMAKE_CURRENT_BINARY_DIR}/lumctl.1.gz ${CMAKE_CURRENT_SOURCE_DIR}/linux/ctl/lumctl.1)
-  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/lumctl.1.gz DESTINATION share/man/man1 COMPONENT runtime)
+  install_manual(linux/ctl/lumctl.1)
   install(FILES linux/ctl/completion/lumctl COMPONENT runtime
     DESTINATION share/bash-completion/completions)
+  # zsh looks in the first below /usr/local, and Debian's in the second below /usr.
+  install(FILES linux/ctl/completion/lumctl.zsh RENAME _lumctl COMPONENT local OPTIONAL
+    DESTINATION share/zsh/site-functions)
+  install(FILES linux/ctl/completion/lumctl.zsh RENAME _lumctl COMPONENT runtime OPTIONAL
+    EXCLUDE_FROM_ALL DESTINATION share/zsh/vendor-completions)
+  install(FILES linux/ctl/completion/lumctl.fish COMPONENT runtime OPTIONAL
+    DESTINATION share/fish/vendor_completions.d)
 endif()
 set_target_properties(${programs} PROPERTIES INSTALL_RPATH "$ORIGIN/../${libraries}")
 if(NOT CMAKE_CROSSCOMPILING) # the launcher is always for the machine that builds
   list(APPEND programs device_root_run)
+  install_manual(linux/root/lumvndhal-root.1)
   install(DIRECTORY linux/root/sample/ DESTINATION share/lumvndhal/sample-root COMPONENT runtime)
 endif()
 install(TARGETS ${programs} RUNTIME DESTINATION bin COMPONENT runtime)
