@@ -1,13 +1,11 @@
-#include <dirent.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 
 #include "Log.h"
 #include "LumvndhalImpl.h"
 #include "TextMatch.h"
+#include "TreeRemoval.h"
 
 namespace aidl::vendor::tav::lumvndhal_aidl {
 namespace {
@@ -22,10 +20,6 @@ int32_t createDirectory(const std::string& path) {
     if (path.size() > kUnloggedPathLength)
         LUM_LOGD("%s is already exist", path.c_str() + kUnloggedPathLength);
     return 0;
-}
-
-bool isSelfOrParent(const char* name) {
-    return std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0;
 }
 
 }  // namespace
@@ -51,27 +45,8 @@ std::string LumvndhalImpl::validate_path(std::string path) {
     return ::ndk::ScopedAStatus::ok();
 }
 
-// What cannot be removed stays, and with it the directories above it: the results of unlink and
-// rmdir have nobody to go to.
 void LumvndhalImpl::delete_dir_tree(const char* path) {
-    DIR* directory = ::opendir(path);
-    if (directory == nullptr) {
-        LUM_LOGD("%s is null", path);
-        return;
-    }
-    std::string entryPath = std::string(path) + "/";
-    const size_t nameAt = entryPath.size();
-    while (const dirent* entry = ::readdir(directory)) {
-        if (isSelfOrParent(entry->d_name)) continue;
-        entryPath.replace(nameAt, std::string::npos, entry->d_name);
-        if (entry->d_type == DT_DIR) {
-            delete_dir_tree(entryPath.c_str());
-        } else {
-            ::unlink(entryPath.c_str());
-        }
-    }
-    ::closedir(directory);
-    ::rmdir(path);
+    TreeRemoval(path).run();
 }
 
 }  // namespace aidl::vendor::tav::lumvndhal_aidl

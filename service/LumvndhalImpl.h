@@ -23,8 +23,8 @@ namespace aidl::vendor::tav::lumvndhal_aidl {
 // callbacks run under that mutex on the calling thread and must not call an interface method. The
 // other operations take no lock.
 //
-// Errors: every interface method returns the OK status; failure is false or -1 in its result, and a
-// line in the log. Nothing is thrown.
+// Errors: every interface method returns the OK status; failure is false or -1 in its result, with
+// a line in the log; only a directory that cannot be made leaves none. Nothing is thrown.
 class __attribute__((visibility("default"))) LumvndhalImpl : public BnLumvndhal {
   public:
     // A client's queue, and the descriptor that it hands over to share it.
@@ -110,8 +110,8 @@ class __attribute__((visibility("default"))) LumvndhalImpl : public BnLumvndhal 
 
     // The full path of a client's path, or an empty text when it is refused.
     std::string validate_path(std::string path);
-    // Removes the directory and everything below it, as far as that can be done. Links below it are
-    // removed, never followed; a link that the path itself ends in is followed.
+    // Removes the directory and everything below it, as far as that can be done, at any depth.
+    // Links below it are removed, never followed; a link that the path itself ends in is followed.
     void delete_dir_tree(const char* path);
 
   private:
