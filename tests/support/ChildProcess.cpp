@@ -5,8 +5,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdlib>
+
+#include "Files.h"
 
 namespace support {
 
@@ -21,18 +22,21 @@ ChildProcess::~ChildProcess() {
     if (!mEnded) endWith(SIGKILL);
 }
 
-void ChildProcess::endWith(int signal) {
+int ChildProcess::endWith(int signal) {
     ::kill(mPid, signal);
-    wait();
+    return wait();
 }
 
 int ChildProcess::wait() {
     int status = 0;
-    while (::waitpid(mPid, &status, 0) < 0) {
-        if (errno != EINTR) std::abort();
-    }
+    if (::waitpid(mPid, &status, 0) != mPid) std::abort();
     mEnded = true;
     return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+bool ChildProcess::descriptorsSettleAt(size_t count) const {
+    for (int i = 0; i < 500 && openDescriptors(mPid) != count; ++i) ::usleep(10000);
+    return openDescriptors(mPid) == count;
 }
 
 }  // namespace support

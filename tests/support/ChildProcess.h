@@ -17,10 +17,11 @@ class ChildProcess {
     ChildProcess& operator=(const ChildProcess&) = delete;
 
     pid_t pid() const { return mPid; }
-    // Sends the signal and waits for the end.
-    void endWith(int signal);
-    // Waits for the end: the exit status, or 128 and the signal that ended it.
+    // Waits for the end, which endWith() asks for: the exit status, or 128 and the signal.
+    int endWith(int signal);
     int wait();
+    // Whether its open descriptors come to `count` within a few seconds.
+    bool descriptorsSettleAt(size_t count) const;
 
   private:
     pid_t mPid;

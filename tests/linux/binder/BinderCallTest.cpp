@@ -31,7 +31,7 @@ TEST_F(BinderCall, ReachesAnotherProcessWithTextAndDescriptors) {
         ASSERT_EQ(ndk::AParcel_readData(out.get(), &content), STATUS_OK);
         ASSERT_EQ(content, "shared");
     }
-    EXPECT_TRUE(descriptorsSettleAt(before));
+    EXPECT_TRUE(mService->descriptorsSettleAt(before));
 }
 
 TEST_F(BinderCall, RefusesWhatIsTooLargeAndGoesOn) {

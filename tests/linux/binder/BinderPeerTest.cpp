@@ -54,7 +54,7 @@ TEST_F(BinderPeer, DropsPeersThatSendNonsense) {
         EXPECT_TRUE(isClosed(peer.get()));
         EXPECT_EQ(echo("unharmed"), STATUS_OK);
     }
-    EXPECT_TRUE(descriptorsSettleAt(before));
+    EXPECT_TRUE(mService->descriptorsSettleAt(before));
 }
 
 // Sends `count` descriptors beside the bytes.
@@ -86,7 +86,7 @@ TEST_F(BinderPeer, DropsPeersThatSendTooManyDescriptors) {
     for (int i = 0; i < 2; ++i) sendDescriptors(peer.get(), &kPing.magic, 1, 20);
     EXPECT_TRUE(isClosed(peer.get()));
     const bool emulated = std::string(EMULATOR).find("qemu") != std::string::npos;
-    EXPECT_TRUE(emulated || descriptorsSettleAt(before));  // qemu keeps what it cuts off
+    EXPECT_TRUE(emulated || mService->descriptorsSettleAt(before));  // qemu keeps what it cuts off
     EXPECT_EQ(echo("unharmed"), STATUS_OK);
 }
 

@@ -118,15 +118,6 @@ class BinderCall : public testing::Test {
         return call(kSleep, &out, static_cast<int32_t>(time.count()));
     }
 
-    // Whether the service's descriptors come down to `count` within a while.
-    bool descriptorsSettleAt(size_t count) {
-        for (int i = 0; i < 500; ++i) {
-            if (support::openDescriptors(mService->pid()) == count) return true;
-            std::this_thread::sleep_for(10ms);
-        }
-        return false;
-    }
-
     std::unique_ptr<ChildProcess> mService;
     ndk::SpAIBinder mBinder;
 };
