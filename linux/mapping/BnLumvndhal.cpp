@@ -1,11 +1,10 @@
 #include <aidl/vendor/tav/lumvndhal_aidl/BnLumvndhal.h>
 #include <aidl/vendor/tav/lumvndhal_aidl/BpLumvndhal.h>
-#include <android/binder_parcel_utils.h>
 #include <android/binder_stability.h>
 
-#include <utility>
-
-#include "Transactions.h"
+#include "Arguments.h"
+#include "CallLog.h"
+#include "MetaTransactions.h"
 
 namespace aidl::vendor::tav::lumvndhal_aidl {
 namespace {
@@ -14,96 +13,64 @@ using ::ndk::ScopedAStatus;
 using ByteQueueDescriptor = ::aidl::android::hardware::common::fmq::MQDescriptor<
         int8_t, ::aidl::android::hardware::common::fmq::SynchronizedReadWrite>;
 
-// Reads the arguments in their order, up to the first that fails.
-template <class... Args>
-binder_status_t read(const AParcel* in, Args*... args) {
-    binder_status_t status = STATUS_OK;
-    ((status = status == STATUS_OK ? ::ndk::AParcel_readData(in, args) : status), ...);
-    return status;
-}
+// One call on its way to the service's object.
+struct Transaction {
+    BnLumvndhal* service;
+    const AParcel* in;
+    AParcel* out;
+};
 
-// Writes the outcome and, if it is OK, the results in their order.
-template <class... Results>
-binder_status_t reply(AParcel* out, const ScopedAStatus& outcome, const Results&... results) {
+// Writes the outcome and, if it is OK, the result and the outputs in their order.
+template <typename Result, typename... Args>
+binder_status_t reply(AParcel* out, const ScopedAStatus& outcome, const Result& result,
+                      const Args&... args) {
     binder_status_t status = AParcel_writeStatusHeader(out, outcome.get());
     if (status != STATUS_OK || !outcome.isOk()) return status;
-    ((status = status == STATUS_OK ? ::ndk::AParcel_writeData(out, results) : status), ...);
+    status = ::ndk::AParcel_writeData(out, result);
+    ((status = status == STATUS_OK ? args.writeReply(out) : status), ...);
     return status;
 }
 
-binder_status_t configure(BnLumvndhal* service, const AParcel* in, AParcel* out) {
-    ByteQueueDescriptor desc;
-    bool result = false;
-    const binder_status_t status = read(in, &desc);
-    return status != STATUS_OK ? status : reply(out, service->configure(desc, &result), result);
-}
-
-binder_status_t requestRead(BnLumvndhal* service, const AParcel* in, AParcel* out) {
-    std::string path;
-    int32_t count = 0;
-    bool result = false;
-    const binder_status_t status = read(in, &path, &count);
+// Reads the inputs in their order, up to the first that fails; then makes the call and replies.
+template <typename Result, typename Method, typename... Args>
+binder_status_t answer(const Transaction& call, const char* name, Method method, Args... args) {
+    binder_status_t status = STATUS_OK;
+    ((status = status == STATUS_OK ? args.readRequest(call.in) : status), ...);
     if (status != STATUS_OK) return status;
-    return reply(out, service->request_read(path, count, &result), result);
-}
-
-binder_status_t getVndData(BnLumvndhal* service, const AParcel* in, AParcel* out) {
-    std::string cmd;
-    LumvndhalGenericData data;
-    int32_t result = 0;
-    const binder_status_t status = read(in, &cmd);
-    if (status != STATUS_OK) return status;
-    const ScopedAStatus outcome = service->get_vnd_data(cmd, &data, &result);
-    return reply(out, outcome, result, data);
-}
-
-binder_status_t setVndData(BnLumvndhal* service, const AParcel* in, AParcel* out) {
-    std::string cmd;
-    std::string param;
-    int32_t result = 0;
-    const binder_status_t status = read(in, &cmd, &param);
-    if (status != STATUS_OK) return status;
-    return reply(out, service->set_vnd_data(cmd, param, &result), result);
-}
-
-binder_status_t updateVendorDropbox(BnLumvndhal* service, const AParcel* in, AParcel* out) {
-    std::string path;
-    bool create = false;
-    int32_t result = 0;
-    const binder_status_t status = read(in, &path, &create);
-    if (status != STATUS_OK) return status;
-    return reply(out, service->update_vendor_dropbox(path, create, &result), result);
-}
-
-binder_status_t writeDataToVendorDropbox(BnLumvndhal* service, const AParcel* in, AParcel* out) {
-    std::string path;
-    std::vector<uint8_t> data;
-    int32_t length = 0;
-    bool result = false;
-    const binder_status_t status = read(in, &path, &data, &length);
-    if (status != STATUS_OK) return status;
-    const ScopedAStatus outcome =
-            service->write_data_to_vendor_dropbox(path, data, length, &result);
-    return reply(out, outcome, result);
+    Result result{};
+    const CallLog<BnLumvndhal> log;
+    const ScopedAStatus outcome = (call.service->*method)(args.forMethod()..., &result);
+    log.tell(nullptr, call.service, name, outcome, result, args...);
+    return reply(call.out, outcome, result, args...);
 }
 
 binder_status_t onTransact(AIBinder* binder, transaction_code_t code, const AParcel* in,
                            AParcel* out) {
     const auto interface = ::ndk::ICInterface::asInterface(binder);
-    auto* service = static_cast<BnLumvndhal*>(interface.get());
+    const Transaction call = {static_cast<BnLumvndhal*>(interface.get()), in, out};
     switch (code) {
-        case kConfigure:
-            return configure(service, in, out);
-        case kRequestRead:
-            return requestRead(service, in, out);
-        case kGetVndData:
-            return getVndData(service, in, out);
-        case kSetVndData:
-            return setVndData(service, in, out);
-        case kUpdateVendorDropbox:
-            return updateVendorDropbox(service, in, out);
-        case kWriteDataToVendorDropbox:
-            return writeDataToVendorDropbox(service, in, out);
+        case ILumvndhal::TRANSACTION_configure:
+            return answer<bool>(call, "configure", &ILumvndhal::configure,
+                                In<ByteQueueDescriptor>{"in_desc", {}});
+        case ILumvndhal::TRANSACTION_request_read:
+            return answer<bool>(call, "request_read", &ILumvndhal::request_read,
+                                In<std::string>{"in_path", {}}, In<int32_t>{"in_count", 0});
+        case ILumvndhal::TRANSACTION_get_vnd_data:
+            return answer<int32_t>(call, "get_vnd_data", &ILumvndhal::get_vnd_data,
+                                   In<std::string>{"in_cmd", {}},
+                                   Out<LumvndhalGenericData>{"out_vnd_data", {}});
+        case ILumvndhal::TRANSACTION_set_vnd_data:
+            return answer<int32_t>(call, "set_vnd_data", &ILumvndhal::set_vnd_data,
+                                   In<std::string>{"in_cmd", {}}, In<std::string>{"in_param", {}});
+        case ILumvndhal::TRANSACTION_update_vendor_dropbox:
+            return answer<int32_t>(call, "update_vendor_dropbox",
+                                   &ILumvndhal::update_vendor_dropbox,
+                                   In<std::string>{"in_path", {}}, In<bool>{"in_create", false});
+        case ILumvndhal::TRANSACTION_write_data_to_vendor_dropbox:
+            return answer<bool>(
+                    call, "write_data_to_vendor_dropbox", &ILumvndhal::write_data_to_vendor_dropbox,
+                    In<std::string>{"in_spath", {}}, In<std::vector<uint8_t>>{"in_data", {}},
+                    In<int32_t>{"in_length", 0});
         case kGetInterfaceVersion:
             return reply(out, ScopedAStatus::ok(), ILumvndhal::version);
         case kGetInterfaceHash:
@@ -129,6 +96,11 @@ std::shared_ptr<ILumvndhal> ILumvndhal::fromBinder(const ::ndk::SpAIBinder& bind
     if (local != nullptr) return std::static_pointer_cast<ILumvndhal>(local);
     return ::ndk::SharedRefBase::make<BpLumvndhal>(binder);
 }
+
+std::function<void(const BnLumvndhal::TransactionLog&)> BnLumvndhal::logFunc;
+
+BnLumvndhal::BnLumvndhal() = default;
+BnLumvndhal::~BnLumvndhal() = default;
 
 ::ndk::SpAIBinder BnLumvndhal::createBinder() {
     AIBinder* binder = AIBinder_new(theClass(), static_cast<::ndk::ICInterface*>(this));

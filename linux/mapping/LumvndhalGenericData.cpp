@@ -1,7 +1,10 @@
 #include <aidl/vendor/tav/lumvndhal_aidl/LumvndhalGenericData.h>
+#include <android/binder_to_string.h>
 #include <standin/parcelable.h>
 
 namespace aidl::vendor::tav::lumvndhal_aidl {
+
+using ::android::internal::ToString;
 
 const char* LumvndhalGenericData::descriptor = "vendor.tav.lumvndhal_aidl.LumvndhalGenericData";
 
@@ -14,7 +17,8 @@ binder_status_t LumvndhalGenericData::writeToParcel(AParcel* parcel) const {
 }
 
 std::string LumvndhalGenericData::toString() const {
-    return "LumvndhalGenericData{data_size: " + std::to_string(data_size) + ", data: " + data + "}";
+    return "LumvndhalGenericData{data_size: " + ToString(data_size) + ", data: " + ToString(data) +
+           "}";
 }
 
 }  // namespace aidl::vendor::tav::lumvndhal_aidl

@@ -23,7 +23,7 @@ RC = "host/" + PACKAGE + "-service.rc"
 PLACES = [
     (INTERFACE + "/ILumvndhal.aidl", r"^package (\S+);", [PACKAGE]),
     ("service/LumvndhalImpl.h", r"^namespace aidl::(\S+) \{", [PACKAGE.replace(".", "::")]),
-    ("service/exports.map", r"_Z(?:N|TVN)(\w+Impl)",
+    ("service/exports.map", r"_Z(?:|T\[ISV\])N(\w+Impl)",
      ["4aidl6vendor3tav14lumvndhal_aidl13LumvndhalImpl"] * 2),
     ("service/CMakeLists.txt", r'PREFIX "" OUTPUT_NAME (\S+)', [PACKAGE + "-halimpl"]),
     ("host/CMakeLists.txt", r"OUTPUT_NAME (\S+)\)", [PACKAGE + "-service"]),
@@ -51,6 +51,9 @@ PLACES = [
     (INTERFACE + "/ILumvndhal.aidl", r"^    (?:boolean|int) (\w+)\(",
      ["configure", "request_read", "get_vnd_data", "set_vnd_data", "update_vendor_dropbox",
       "write_data_to_vendor_dropbox"]),
+    (MAPPING + "/ILumvndhal.h", r"TRANSACTION_(\w+) = FIRST_CALL_TRANSACTION \+ (\d);",
+     [("configure", "0"), ("request_read", "1"), ("get_vnd_data", "2"), ("set_vnd_data", "3"),
+      ("update_vendor_dropbox", "4"), ("write_data_to_vendor_dropbox", "5")]),
     (INTERFACE + "/LumvndhalGenericData.aidl", r"^    \w+ (\w+);", ["data_size", "data"]),
 ]
 

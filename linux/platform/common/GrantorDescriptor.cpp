@@ -1,7 +1,10 @@
 #include <aidl/android/hardware/common/fmq/GrantorDescriptor.h>
+#include <android/binder_to_string.h>
 #include <standin/parcelable.h>
 
 namespace aidl::android::hardware::common::fmq {
+
+using ::android::internal::ToString;
 
 const char* GrantorDescriptor::descriptor = "android.hardware.common.fmq.GrantorDescriptor";
 
@@ -14,8 +17,8 @@ binder_status_t GrantorDescriptor::writeToParcel(AParcel* parcel) const {
 }
 
 std::string GrantorDescriptor::toString() const {
-    return "GrantorDescriptor{fdIndex: " + std::to_string(fdIndex) +
-           ", offset: " + std::to_string(offset) + ", extent: " + std::to_string(extent) + "}";
+    return "GrantorDescriptor{fdIndex: " + ToString(fdIndex) + ", offset: " + ToString(offset) +
+           ", extent: " + ToString(extent) + "}";
 }
 
 }  // namespace aidl::android::hardware::common::fmq

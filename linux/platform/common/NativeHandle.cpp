@@ -1,7 +1,10 @@
 #include <aidl/android/hardware/common/NativeHandle.h>
+#include <android/binder_to_string.h>
 #include <standin/parcelable.h>
 
 namespace aidl::android::hardware::common {
+
+using ::android::internal::ToString;
 
 const char* NativeHandle::descriptor = "android.hardware.common.NativeHandle";
 
@@ -14,8 +17,7 @@ binder_status_t NativeHandle::writeToParcel(AParcel* parcel) const {
 }
 
 std::string NativeHandle::toString() const {
-    return "NativeHandle{" + std::to_string(fds.size()) + " fds, " + std::to_string(ints.size()) +
-           " ints}";
+    return "NativeHandle{fds: " + ToString(fds) + ", ints: " + ToString(ints) + "}";
 }
 
 }  // namespace aidl::android::hardware::common

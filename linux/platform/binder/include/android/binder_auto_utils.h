@@ -18,17 +18,17 @@ namespace impl {
 // The one thing in this file that knows how to own. `Release` is called with every value that is
 // given up and is not `kNone`.
 template <typename T, void (*Release)(T), T kNone>
-class ScopedResource {
+class ScopedAResource {
   public:
-    explicit ScopedResource(T value = kNone) : mValue(value) {}
-    ~ScopedResource() { set(kNone); }
-    ScopedResource(ScopedResource&& other) noexcept : mValue(other.release()) {}
-    ScopedResource& operator=(ScopedResource&& other) noexcept {
+    explicit ScopedAResource(T value = kNone) : mValue(value) {}
+    ~ScopedAResource() { set(kNone); }
+    ScopedAResource(ScopedAResource&& other) noexcept : mValue(other.release()) {}
+    ScopedAResource& operator=(ScopedAResource&& other) noexcept {
         set(other.release());
         return *this;
     }
-    ScopedResource(const ScopedResource&) = delete;
-    ScopedResource& operator=(const ScopedResource&) = delete;
+    ScopedAResource(const ScopedAResource&) = delete;
+    ScopedAResource& operator=(const ScopedAResource&) = delete;
 
     T get() const { return mValue; }
     // Takes ownership of `value`, releasing what was held.
@@ -45,28 +45,27 @@ class ScopedResource {
     T mValue;
 };
 
-inline void closeDescriptor(int fd) {
+inline void closeWithError(int fd) {
     ::close(fd);
 }
 
 }  // namespace impl
 
-using ScopedAParcel = impl::ScopedResource<AParcel*, AParcel_delete, nullptr>;
+using ScopedAParcel = impl::ScopedAResource<AParcel*, AParcel_delete, nullptr>;
 using ScopedAIBinder_DeathRecipient =
-        impl::ScopedResource<AIBinder_DeathRecipient*, AIBinder_DeathRecipient_delete, nullptr>;
-using ScopedAIBinder_Weak = impl::ScopedResource<AIBinder_Weak*, AIBinder_Weak_delete, nullptr>;
+        impl::ScopedAResource<AIBinder_DeathRecipient*, AIBinder_DeathRecipient_delete, nullptr>;
+using ScopedAIBinder_Weak = impl::ScopedAResource<AIBinder_Weak*, AIBinder_Weak_delete, nullptr>;
 
 // Owns a file descriptor; -1 is none.
-class ScopedFileDescriptor : public impl::ScopedResource<int, impl::closeDescriptor, -1> {
+class ScopedFileDescriptor : public impl::ScopedAResource<int, impl::closeWithError, -1> {
   public:
-    using ScopedResource::ScopedResource;
+    using ScopedAResource::ScopedAResource;
 
     // A second owner of a duplicate.
     ScopedFileDescriptor dup() const;
     bool operator==(const ScopedFileDescriptor& rhs) const { return get() == rhs.get(); }
     bool operator!=(const ScopedFileDescriptor& rhs) const { return get() != rhs.get(); }
     bool operator<(const ScopedFileDescriptor& rhs) const { return get() < rhs.get(); }
-    std::string toString() const { return "ScopedFileDescriptor:" + std::to_string(get()); }
 };
 
 // A strong reference to a binder.
@@ -101,9 +100,9 @@ class SpAIBinder {
 };
 
 // The outcome of an interface call. Move-only; a default-made one is not OK.
-class ScopedAStatus : public impl::ScopedResource<AStatus*, AStatus_delete, nullptr> {
+class ScopedAStatus : public impl::ScopedAResource<AStatus*, AStatus_delete, nullptr> {
   public:
-    using ScopedResource::ScopedResource;
+    using ScopedAResource::ScopedAResource;
 
     static ScopedAStatus ok() { return ScopedAStatus(AStatus_newOk()); }
     static ScopedAStatus fromStatus(binder_status_t status) {

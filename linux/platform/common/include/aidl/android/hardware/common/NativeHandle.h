@@ -24,11 +24,13 @@ class NativeHandle {
     // Duplicates every descriptor; one that holds none is STATUS_UNEXPECTED_NULL.
     binder_status_t writeToParcel(AParcel* parcel) const;
 
-    bool operator==(const NativeHandle& rhs) const { return fds == rhs.fds && ints == rhs.ints; }
-    bool operator!=(const NativeHandle& rhs) const { return !(*this == rhs); }
+    bool operator==(const NativeHandle& rhs) const {
+        return std::tie(fds, ints) == std::tie(rhs.fds, rhs.ints);
+    }
     bool operator<(const NativeHandle& rhs) const {
         return std::tie(fds, ints) < std::tie(rhs.fds, rhs.ints);
     }
+    bool operator!=(const NativeHandle& rhs) const { return !(*this == rhs); }
     bool operator>(const NativeHandle& rhs) const { return rhs < *this; }
     bool operator<=(const NativeHandle& rhs) const { return !(rhs < *this); }
     bool operator>=(const NativeHandle& rhs) const { return !(*this < rhs); }

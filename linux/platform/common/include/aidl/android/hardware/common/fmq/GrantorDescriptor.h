@@ -21,17 +21,18 @@ class GrantorDescriptor {
     binder_status_t readFromParcel(const AParcel* parcel);
     binder_status_t writeToParcel(AParcel* parcel) const;
 
-    bool operator==(const GrantorDescriptor& rhs) const { return fields() == rhs.fields(); }
-    bool operator!=(const GrantorDescriptor& rhs) const { return fields() != rhs.fields(); }
-    bool operator<(const GrantorDescriptor& rhs) const { return fields() < rhs.fields(); }
-    bool operator>(const GrantorDescriptor& rhs) const { return fields() > rhs.fields(); }
-    bool operator<=(const GrantorDescriptor& rhs) const { return fields() <= rhs.fields(); }
-    bool operator>=(const GrantorDescriptor& rhs) const { return fields() >= rhs.fields(); }
+    bool operator==(const GrantorDescriptor& rhs) const {
+        return std::tie(fdIndex, offset, extent) == std::tie(rhs.fdIndex, rhs.offset, rhs.extent);
+    }
+    bool operator<(const GrantorDescriptor& rhs) const {
+        return std::tie(fdIndex, offset, extent) < std::tie(rhs.fdIndex, rhs.offset, rhs.extent);
+    }
+    bool operator!=(const GrantorDescriptor& rhs) const { return !(*this == rhs); }
+    bool operator>(const GrantorDescriptor& rhs) const { return rhs < *this; }
+    bool operator<=(const GrantorDescriptor& rhs) const { return !(rhs < *this); }
+    bool operator>=(const GrantorDescriptor& rhs) const { return !(*this < rhs); }
 
     std::string toString() const;
-
-  private:
-    std::tuple<int32_t, int32_t, int64_t> fields() const { return {fdIndex, offset, extent}; }
 };
 
 }  // namespace aidl::android::hardware::common::fmq
