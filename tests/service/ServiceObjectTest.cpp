@@ -132,10 +132,10 @@ TEST_F(Stub, RefusesRequestsThatLackAnArgument) {
     AParcel_writeInt32(noPath.get(), 1);
     EXPECT_EQ(send(2, std::move(noPath)), STATUS_UNEXPECTED_NULL);
     auto noCount = request();
-    ndk::AParcel_writeString(noCount.get(), "/f");
+    ndk::AParcel_writeString(noCount.get(), std::string("/f"));
     EXPECT_EQ(send(2, std::move(noCount)), STATUS_NOT_ENOUGH_DATA);
     auto noBytes = request();
-    ndk::AParcel_writeString(noBytes.get(), "/f");
+    ndk::AParcel_writeString(noBytes.get(), std::string("/f"));
     AParcel_writeByteArray(noBytes.get(), nullptr, -1);
     AParcel_writeInt32(noBytes.get(), 0);
     EXPECT_EQ(send(6, std::move(noBytes)), STATUS_UNEXPECTED_NULL);
@@ -146,9 +146,9 @@ TEST_F(Stub, RefusesRequestsThatLackAnArgument) {
 
 TEST_F(Stub, IgnoresWhatFollowsTheLastArgument) {
     auto in = request();
-    ndk::AParcel_writeString(in.get(), "/a");
+    ndk::AParcel_writeString(in.get(), std::string("/a"));
     AParcel_writeBool(in.get(), true);
-    ndk::AParcel_writeString(in.get(), "from a later version");
+    ndk::AParcel_writeString(in.get(), std::string("from a later version"));
     ASSERT_EQ(send(5, std::move(in)), STATUS_OK);
     int32_t header = -1;
     int32_t result = -1;

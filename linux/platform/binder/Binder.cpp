@@ -42,19 +42,34 @@ class LocalBinder final : public AIBinder {
     binder_status_t transact(transaction_code_t code, const AParcel& in, AParcel* out) override;
 
   private:
+    binder_status_t answer(transaction_code_t code, AParcel* out) const;
     void release() override { clazz()->onDestroy(mUserData); }
 
     void* const mUserData;
 };
 
 binder_status_t LocalBinder::transact(transaction_code_t code, const AParcel& in, AParcel* out) {
-    if (code == kPingCode) return STATUS_OK;
-    if (code == kInterfaceCode) return ndk::AParcel_writeString(out, clazz()->descriptor);
-    if (code < FIRST_CALL_TRANSACTION || code > LAST_CALL_TRANSACTION) {
-        return STATUS_UNKNOWN_TRANSACTION;
-    }
-    const binder_status_t status = checkInterfaceToken(&in, clazz()->descriptor.c_str());
+    if (code < FIRST_CALL_TRANSACTION || code > LAST_CALL_TRANSACTION) return answer(code, out);
+    const binder_status_t status = checkInterfaceToken(&in, clazz()->token);
     return status == STATUS_OK ? clazz()->onTransact(this, code, &in, out) : status;
+}
+
+// What every binder answers by itself.
+binder_status_t LocalBinder::answer(transaction_code_t code, AParcel* out) const {
+    switch (code) {
+        case kPingCode:
+        case kDumpCode:
+        case kPropertiesChangedCode:
+        case kExtensionCode:
+        case kProcessCode:
+            return STATUS_OK;
+        case kInterfaceCode:
+            return ndk::AParcel_writeString(out, clazz()->descriptor);
+        case kShellCommandCode:
+            return STATUS_BAD_VALUE;
+        default:
+            return STATUS_UNKNOWN_TRANSACTION;
+    }
 }
 
 bool isOfInterface(AIBinder* binder, const std::string& descriptor) {
@@ -78,7 +93,9 @@ AIBinder_Class* AIBinder_Class_define(const char* interfaceDescriptor,
                                       AIBinder_Class_onCreate onCreate,
                                       AIBinder_Class_onDestroy onDestroy,
                                       AIBinder_Class_onTransact onTransact) {
-    return new AIBinder_Class{interfaceDescriptor, onCreate, onDestroy, onTransact};
+    auto* clazz = new AIBinder_Class{interfaceDescriptor, {}, onCreate, onDestroy, onTransact};
+    standin::writeInterfaceToken(&clazz->token, interfaceDescriptor);
+    return clazz;
 }
 
 const char* AIBinder_Class_getDescriptor(const AIBinder_Class* clazz) {
@@ -147,10 +164,11 @@ binder_status_t AIBinder_prepareTransaction(AIBinder* binder, AParcel** in) {
     if (binder == nullptr || in == nullptr) return STATUS_UNEXPECTED_NULL;
     if (binder->clazz() == nullptr) return STATUS_INVALID_OPERATION;
     auto parcel = std::make_unique<AParcel>();
-    const binder_status_t status =
-            standin::writeInterfaceToken(parcel.get(), binder->clazz()->descriptor.c_str());
-    if (status == STATUS_OK) *in = parcel.release();
-    return status;
+    const AParcel& token = binder->clazz()->token;
+    if (!parcel->assign(token.data(), token.size())) return STATUS_NO_MEMORY;
+    parcel->setPosition(token.size());
+    *in = parcel.release();
+    return STATUS_OK;
 }
 
 binder_status_t AIBinder_transact(AIBinder* binder, transaction_code_t code, AParcel** in,

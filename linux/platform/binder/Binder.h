@@ -9,7 +9,8 @@
 #include "Parcel.h"
 
 struct AIBinder_Class {
-    std::string descriptor;
+    const std::string descriptor;
+    AParcel token;  // what every request to this interface begins with
     AIBinder_Class_onCreate onCreate;
     AIBinder_Class_onDestroy onDestroy;
     AIBinder_Class_onTransact onTransact;

@@ -3,6 +3,7 @@
 #include <android/binder_parcel_utils.h>
 #include <fcntl.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -10,8 +11,6 @@
 #include "Utf16.h"
 
 namespace {
-
-constexpr size_t kFirstCapacity = 256;
 
 constexpr int32_t kNull = -1;
 constexpr int32_t kStrictModePolicy = INT32_MIN;
@@ -37,7 +36,7 @@ size_t padded(size_t bytes) {
 }  // namespace
 
 AParcel::~AParcel() {
-    if (mCapacity != 0) std::free(mBytes);
+    if (isOnHeap()) std::free(mBytes);
 }
 
 bool AParcel::setPosition(size_t position) const {
@@ -46,14 +45,13 @@ bool AParcel::setPosition(size_t position) const {
     return true;
 }
 
-bool AParcel::reserve(size_t capacity) {
-    if (capacity <= mCapacity) return true;
-    if (capacity > INT32_MAX || (mCapacity == 0 && mBytes != nullptr)) return false;
-    size_t grown = mCapacity == 0 ? kFirstCapacity : mCapacity * 2;
-    if (grown < capacity) grown = capacity;
-    auto* bytes = static_cast<uint8_t*>(std::realloc(mBytes, grown));
+bool AParcel::grow(size_t capacity) {
+    if (capacity > INT32_MAX || mCapacity == 0) return false;
+    const size_t grown = std::max(capacity, mCapacity * 2);
+    void* const bytes = std::realloc(isOnHeap() ? mBytes : nullptr, grown);
     if (bytes == nullptr) return false;
-    mBytes = bytes;
+    if (!isOnHeap()) std::memcpy(bytes, mSmall, mSize);
+    mBytes = static_cast<uint8_t*>(bytes);
     mCapacity = grown;
     return true;
 }
@@ -62,7 +60,7 @@ void* AParcel::put(size_t bytes) {
     if (bytes > INT32_MAX) return nullptr;
     const size_t end = mPosition + padded(bytes);
     if (!reserve(end)) return nullptr;
-    std::memset(mBytes + mPosition + bytes, 0, padded(bytes) - bytes);
+    if (bytes % 4 != 0) std::memset(mBytes + end - 4, 0, 4);  // the padding, and what covers it
     void* at = mBytes + mPosition;
     mPosition = end;
     if (mSize < end) mSize = end;
@@ -81,8 +79,8 @@ void AParcel::reset() {
     mSize = mPosition = 0;
     if (mCapacity <= standin::kKeptBuffer) return;
     std::free(mBytes);
-    mBytes = nullptr;
-    mCapacity = 0;
+    mBytes = mSmall;
+    mCapacity = sizeof(mSmall);
 }
 
 bool AParcel::assign(const uint8_t* data, size_t size) {
@@ -156,18 +154,26 @@ binder_status_t AParcel_writeString(AParcel* parcel, const char* text, int32_t l
     return STATUS_OK;
 }
 
+namespace {
+
+// The next text and its terminating 0; null when it is null, not whole or not terminated.
+const char16_t* takeText(const AParcel& parcel, int32_t units) {
+    if (units < 0 || units == INT32_MAX) return nullptr;
+    const void* from = parcel.take((static_cast<size_t>(units) + 1) * sizeof(char16_t));
+    const auto* text = static_cast<const char16_t*>(from);
+    return text != nullptr && text[units] == 0 ? text : nullptr;
+}
+
+}  // namespace
+
 binder_status_t AParcel_readString(const AParcel* parcel, void* target,
                                    AParcel_stringAllocator allocator) {
-    int32_t units = 0;
-    const binder_status_t status = parcel->takeValue(&units);
-    if (status != STATUS_OK) return status;
-    const void* from = units < 0 || units == INT32_MAX
-                               ? nullptr
-                               : parcel->take((static_cast<size_t>(units) + 1) * sizeof(char16_t));
-    if (from == nullptr) {
+    int32_t units = kNull;
+    static_cast<void>(parcel->takeValue(&units));  // a text that is missing altogether is null
+    const char16_t* const utf16 = takeText(*parcel, units);
+    if (utf16 == nullptr) {
         return allocator(target, -1, nullptr) ? STATUS_OK : STATUS_UNEXPECTED_NULL;
     }
-    const auto* utf16 = static_cast<const char16_t*>(from);
     const size_t length = standin::utf8Length(utf16, static_cast<size_t>(units));
     if (length >= INT32_MAX) return STATUS_BAD_VALUE;
     char* buffer = nullptr;
@@ -194,10 +200,11 @@ binder_status_t AParcel_readByteArray(const AParcel* parcel, void* target,
     int32_t length = 0;
     const binder_status_t status = parcel->takeValue(&length);
     if (status != STATUS_OK) return status;
-    if (length < 0) return allocator(target, -1, nullptr) ? STATUS_OK : STATUS_UNEXPECTED_NULL;
-    // Looked at before room is made: a length that the parcel does not hold costs nothing.
+    if (length == kNull) return allocator(target, -1, nullptr) ? STATUS_OK : STATUS_UNEXPECTED_NULL;
+    if (length < 0) return STATUS_BAD_VALUE;
+    // Looked at before memory is taken: a length that the parcel does not hold costs nothing.
     const void* from = parcel->take(static_cast<size_t>(length));
-    if (from == nullptr) return STATUS_NOT_ENOUGH_DATA;
+    if (from == nullptr) return STATUS_NO_MEMORY;
     int8_t* buffer = nullptr;
     if (!allocator(target, length, &buffer)) return STATUS_NO_MEMORY;
     if (length == 0) return STATUS_OK;
@@ -251,16 +258,11 @@ binder_status_t writeInterfaceToken(AParcel* parcel, const char* descriptor) {
     return AParcel_writeString(parcel, descriptor, static_cast<int32_t>(std::strlen(descriptor)));
 }
 
-binder_status_t checkInterfaceToken(const AParcel* parcel, const char* descriptor) {
-    int32_t policy = 0;
-    int32_t workSource = 0;
-    int32_t header = 0;
-    std::string meant;
-    const bool matches = parcel->takeValue(&policy) == STATUS_OK &&
-                         parcel->takeValue(&workSource) == STATUS_OK &&
-                         parcel->takeValue(&header) == STATUS_OK && header == kSystemHeader &&
-                         ndk::AParcel_readString(parcel, &meant) == STATUS_OK &&
-                         meant == descriptor;
+binder_status_t checkInterfaceToken(const AParcel* parcel, const AParcel& token) {
+    constexpr size_t kCaller = 2 * sizeof(int32_t);  // policy and work source
+    const auto* from = static_cast<const uint8_t*>(parcel->take(token.size()));
+    const bool matches = from != nullptr && std::memcmp(from + kCaller, token.data() + kCaller,
+                                                        token.size() - kCaller) == 0;
     return matches ? STATUS_OK : STATUS_BAD_TYPE;
 }
 

@@ -13,9 +13,10 @@
 // are its own, or borrowed from a connection's buffer for the length of one call.
 struct AParcel {
   public:
-    AParcel() = default;
+    AParcel() {}  // NOLINT(modernize-use-equals-default): would fill mSmall with zeros
     // Reads `size` bytes that stay the caller's.
-    AParcel(const uint8_t* data, size_t size) : mBytes(const_cast<uint8_t*>(data)), mSize(size) {}
+    AParcel(const uint8_t* data, size_t size)
+        : mBytes(const_cast<uint8_t*>(data)), mSize(size), mCapacity(0) {}
     AParcel(const AParcel&) = delete;
     AParcel& operator=(const AParcel&) = delete;
     ~AParcel();
@@ -58,20 +59,23 @@ struct AParcel {
     std::vector<ndk::ScopedFileDescriptor> fds;
 
   private:
-    bool reserve(size_t capacity);
+    bool reserve(size_t capacity) { return capacity <= mCapacity || grow(capacity); }
+    bool grow(size_t capacity);
+    bool isOnHeap() const { return mCapacity > sizeof(mSmall); }
 
-    uint8_t* mBytes = nullptr;
+    uint8_t* mBytes = mSmall;
     size_t mSize = 0;
-    size_t mCapacity = 0;  // 0: the bytes are borrowed, or there are none
+    size_t mCapacity = sizeof(mSmall);  // 0: the bytes are borrowed
     mutable size_t mPosition = 0;
     mutable size_t mRead = 0;  // descriptors, however often the same one
+    uint8_t mSmall[256];       // what most calls fit in, without memory from the heap
 };
 
 namespace standin {
 
 // What every request begins with: who calls is not told, and which interface is meant.
 binder_status_t writeInterfaceToken(AParcel* parcel, const char* descriptor);
-// STATUS_BAD_TYPE when the request is meant for another interface.
-binder_status_t checkInterfaceToken(const AParcel* parcel, const char* descriptor);
+// Takes the token off the request. STATUS_BAD_TYPE when it is not `token`, whoever calls.
+binder_status_t checkInterfaceToken(const AParcel* parcel, const AParcel& token);
 
 }  // namespace standin

@@ -2,8 +2,8 @@
 #include <android/binder_status.h>
 
 #include <cstring>
-#include <new>
 #include <string>
+#include <utility>
 
 #include "Parcel.h"
 
@@ -22,41 +22,37 @@ AStatus* okStatus() {
     return &ok;
 }
 
-AStatus* newStatus(binder_exception_t exception, const char* message) {
-    auto* status = new AStatus;
-    status->exception = exception;
-    if (exception == EX_TRANSACTION_FAILED) status->status = STATUS_FAILED_TRANSACTION;
-    status->message = message == nullptr ? "" : message;
-    return status;
+// From EX_NONE downwards.
+constexpr const char* kExceptionNames[] = {"EX_NONE",
+                                           "EX_SECURITY",
+                                           "EX_BAD_PARCELABLE",
+                                           "EX_ILLEGAL_ARGUMENT",
+                                           "EX_NULL_POINTER",
+                                           "EX_ILLEGAL_STATE",
+                                           "EX_NETWORK_MAIN_THREAD",
+                                           "EX_UNSUPPORTED_OPERATION",
+                                           "EX_SERVICE_SPECIFIC",
+                                           "EX_PARCELABLE"};
+
+// A code that is not known says no more than that the call failed.
+binder_exception_t knownException(binder_exception_t exception) {
+    return exception <= EX_NONE && exception >= EX_PARCELABLE ? exception : EX_TRANSACTION_FAILED;
 }
 
 const char* exceptionName(binder_exception_t exception) {
-    switch (exception) {
-        case EX_NONE:
-            return "EX_NONE";
-        case EX_SECURITY:
-            return "EX_SECURITY";
-        case EX_BAD_PARCELABLE:
-            return "EX_BAD_PARCELABLE";
-        case EX_ILLEGAL_ARGUMENT:
-            return "EX_ILLEGAL_ARGUMENT";
-        case EX_NULL_POINTER:
-            return "EX_NULL_POINTER";
-        case EX_ILLEGAL_STATE:
-            return "EX_ILLEGAL_STATE";
-        case EX_NETWORK_MAIN_THREAD:
-            return "EX_NETWORK_MAIN_THREAD";
-        case EX_UNSUPPORTED_OPERATION:
-            return "EX_UNSUPPORTED_OPERATION";
-        case EX_SERVICE_SPECIFIC:
-            return "EX_SERVICE_SPECIFIC";
-        case EX_PARCELABLE:
-            return "EX_PARCELABLE";
-        case EX_TRANSACTION_FAILED:
-            return "EX_TRANSACTION_FAILED";
-        default:
-            return "unknown exception";
-    }
+    return exception == EX_TRANSACTION_FAILED ? "EX_TRANSACTION_FAILED"
+                                              : kExceptionNames[-exception];
+}
+
+const char* orEmpty(const char* message) {
+    return message == nullptr ? "" : message;
+}
+
+AStatus* newStatus(binder_exception_t exception, std::string message) {
+    exception = knownException(exception);
+    const bool failed = exception == EX_TRANSACTION_FAILED;
+    return new AStatus{exception, 0, failed ? STATUS_FAILED_TRANSACTION : STATUS_OK,
+                       std::move(message)};
 }
 
 std::string statusName(binder_status_t status) {
@@ -97,7 +93,7 @@ AStatus* AStatus_fromExceptionCode(binder_exception_t exception) {
 }
 
 AStatus* AStatus_fromExceptionCodeWithMessage(binder_exception_t exception, const char* message) {
-    return exception == EX_NONE ? okStatus() : newStatus(exception, message);
+    return exception == EX_NONE ? okStatus() : newStatus(exception, orEmpty(message));
 }
 
 AStatus* AStatus_fromServiceSpecificError(int32_t serviceSpecific) {
@@ -105,14 +101,14 @@ AStatus* AStatus_fromServiceSpecificError(int32_t serviceSpecific) {
 }
 
 AStatus* AStatus_fromServiceSpecificErrorWithMessage(int32_t serviceSpecific, const char* message) {
-    AStatus* status = newStatus(EX_SERVICE_SPECIFIC, message);
+    AStatus* status = newStatus(EX_SERVICE_SPECIFIC, orEmpty(message));
     status->serviceSpecific = serviceSpecific;
     return status;
 }
 
 AStatus* AStatus_fromStatus(binder_status_t status) {
     if (status == STATUS_OK) return okStatus();
-    AStatus* failed = newStatus(EX_TRANSACTION_FAILED, nullptr);
+    AStatus* failed = newStatus(EX_TRANSACTION_FAILED, "");
     failed->status = status;
     return failed;
 }
@@ -170,20 +166,24 @@ binder_status_t AParcel_writeStatusHeader(AParcel* parcel, const AStatus* status
 }
 
 binder_status_t AParcel_readStatusHeader(const AParcel* parcel, AStatus** status) {
-    AStatus read;
-    binder_status_t result = AParcel_readInt32(parcel, &read.exception);
-    if (result == STATUS_OK && read.exception == EX_NONE) {
+    binder_exception_t exception = EX_NONE;
+    binder_status_t result = AParcel_readInt32(parcel, &exception);
+    if (result == STATUS_OK && exception == EX_NONE) {
         *status = okStatus();
         return STATUS_OK;
     }
+    std::string message;  // stays empty when the sender has none
     int32_t stackTraceSize = 0;
-    if (result == STATUS_OK) result = ndk::AParcel_readString(parcel, &read.message);
+    int32_t serviceSpecific = 0;
+    if (result == STATUS_OK) static_cast<void>(ndk::AParcel_readString(parcel, &message));
     if (result == STATUS_OK) result = AParcel_readInt32(parcel, &stackTraceSize);
-    if (result == STATUS_OK && read.exception == EX_SERVICE_SPECIFIC) {
-        result = AParcel_readInt32(parcel, &read.serviceSpecific);
+    if (result == STATUS_OK && exception == EX_SERVICE_SPECIFIC) {
+        result = AParcel_readInt32(parcel, &serviceSpecific);
     }
-    if (result == STATUS_OK) *status = new AStatus(std::move(read));
-    return result;
+    if (result != STATUS_OK) return result;
+    *status = newStatus(exception, std::move(message));
+    (*status)->serviceSpecific = serviceSpecific;
+    return STATUS_OK;
 }
 
 std::string ndk::ScopedAStatus::getDescription() const {

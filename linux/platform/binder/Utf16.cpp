@@ -1,5 +1,8 @@
 #include "Utf16.h"
 
+#include <algorithm>
+#include <cstring>
+
 namespace standin {
 namespace {
 
@@ -19,8 +22,31 @@ char32_t decodeUtf8(const uint8_t* bytes, size_t length) {
     return character;
 }
 
+// How many bytes at the start are ASCII, which stand for themselves. Eight at a time: nearly all
+// text is ASCII from its start to its end.
+size_t asciiPrefix(const char* utf8, size_t size) {
+    size_t length = 0;
+    for (uint64_t eight; size - length >= sizeof(eight); length += sizeof(eight)) {
+        std::memcpy(&eight, utf8 + length, sizeof(eight));
+        if ((eight & 0x8080808080808080U) != 0) break;
+    }
+    while (length < size && static_cast<uint8_t>(utf8[length]) < 0x80) ++length;
+    return length;
+}
+
+// The same for units of UTF-16, four at a time.
+size_t asciiPrefix(const char16_t* utf16, size_t size) {
+    size_t length = 0;
+    for (uint64_t four; size - length >= 4; length += 4) {
+        std::memcpy(&four, utf16 + length, sizeof(four));
+        if ((four & 0xff80ff80ff80ff80U) != 0) break;
+    }
+    while (length < size && utf16[length] < 0x80) ++length;
+    return length;
+}
+
 // Calls take(character) for each character; false when the last one is cut short.
-template <class Take>
+template <typename Take>
 bool eachUtf8(const char* utf8, size_t size, Take take) {
     const auto* at = reinterpret_cast<const uint8_t*>(utf8);
     const uint8_t* const end = at + size;
@@ -42,7 +68,7 @@ bool isLow(char32_t unit) {
 }
 
 // Calls take(character) for each character, leaving out surrogates without a partner.
-template <class Take>
+template <typename Take>
 void eachUtf16(const char16_t* utf16, size_t size, Take take) {
     for (size_t i = 0; i < size; ++i) {
         const char32_t unit = utf16[i];
@@ -64,14 +90,18 @@ size_t utf8Bytes(char32_t character) {
 }  // namespace
 
 ssize_t utf16Length(const char* utf8, size_t size) {
-    ssize_t units = 0;
-    const bool whole = eachUtf8(
-            utf8, size, [&](char32_t character) { units += character < kFirstBeyondBmp ? 1 : 2; });
+    const size_t ascii = asciiPrefix(utf8, size);
+    auto units = static_cast<ssize_t>(ascii);
+    const bool whole = eachUtf8(utf8 + ascii, size - ascii, [&](char32_t character) {
+        units += character < kFirstBeyondBmp ? 1 : 2;
+    });
     return whole ? units : -1;
 }
 
 void toUtf16(const char* utf8, size_t size, char16_t* out) {
-    eachUtf8(utf8, size, [&](char32_t character) {
+    const size_t ascii = asciiPrefix(utf8, size);
+    out = std::copy(utf8, utf8 + ascii, out);
+    eachUtf8(utf8 + ascii, size - ascii, [&](char32_t character) {
         if (character < kFirstBeyondBmp) {
             *out++ = static_cast<char16_t>(character);
             return;
@@ -83,13 +113,18 @@ void toUtf16(const char* utf8, size_t size, char16_t* out) {
 }
 
 size_t utf8Length(const char16_t* utf16, size_t size) {
-    size_t bytes = 0;
-    eachUtf16(utf16, size, [&](char32_t character) { bytes += utf8Bytes(character); });
+    const size_t ascii = asciiPrefix(utf16, size);
+    size_t bytes = ascii;
+    eachUtf16(utf16 + ascii, size - ascii,
+              [&](char32_t character) { bytes += utf8Bytes(character); });
     return bytes;
 }
 
 void toUtf8(const char16_t* utf16, size_t size, char* out) {
-    eachUtf16(utf16, size, [&](char32_t character) {
+    const size_t ascii = asciiPrefix(utf16, size);
+    out = std::transform(utf16, utf16 + ascii, out,
+                         [](char16_t c) { return static_cast<char>(c); });
+    eachUtf16(utf16 + ascii, size - ascii, [&](char32_t character) {
         const size_t bytes = utf8Bytes(character);
         for (size_t i = bytes - 1; i > 0; --i, character >>= 6) {
             out[i] = static_cast<char>(0x80U | (character & 0x3fU));

@@ -37,6 +37,13 @@ static_assert(sizeof(Greeting) == 24);
 // Codes that every binder answers by itself, as on a device.
 constexpr uint32_t kPingCode = 0x5f504e47;       // "_PNG"
 constexpr uint32_t kInterfaceCode = 0x5f4e5446;  // "_NTF": which interface it is of
+// Taken without effect, and answered with nothing.
+constexpr uint32_t kDumpCode = 0x5f444d50;               // "_DMP"
+constexpr uint32_t kPropertiesChangedCode = 0x5f535052;  // "_SPR"
+constexpr uint32_t kExtensionCode = 0x5f455854;          // "_EXT"
+constexpr uint32_t kProcessCode = 0x5f504944;            // "_PID"
+// Refused: no local object has a shell.
+constexpr uint32_t kShellCommandCode = 0x5f434d44;  // "_CMD"
 
 // --- What a frame may hold.
 

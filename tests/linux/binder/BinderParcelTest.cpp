@@ -1,168 +1,187 @@
+// Parcels and statuses as they are laid out and read, and what a local binder answers by itself.
+#include <aidl/android/hardware/common/NativeHandle.h>
+#include <aidl/android/hardware/common/fmq/GrantorDescriptor.h>
 #include <android/binder_parcel_utils.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <cstdio>
+#include <cstring>
 #include <string>
 
-#include "linux/platform/binder/Parcel.h"
+#include "linux/platform/binder/Binder.h"
 
 namespace {
 
-std::string hex(const AParcel& parcel) {
-    std::string text;
-    for (size_t i = 0; i < parcel.size(); ++i) {
-        char byte[3];
-        std::snprintf(byte, sizeof(byte), "%02x", parcel.data()[i]);
-        text += byte;
-    }
-    return text;
+using ::aidl::android::hardware::common::NativeHandle;
+using ::aidl::android::hardware::common::fmq::GrantorDescriptor;
+using Words = std::vector<int32_t>;
+
+void fill(AParcel* parcel, const Words& words) {
+    for (const int32_t word : words) parcel->putValue(word);
+    parcel->setPosition(0);
 }
 
-std::string hexOf(const std::string& text) {
-    AParcel parcel;
-    EXPECT_EQ(ndk::AParcel_writeString(&parcel, text), STATUS_OK);
-    return hex(parcel);
-}
-
-// What a text becomes on its way through a parcel.
+// What a text becomes on its way through a parcel that has something in front of it.
 std::string roundTrip(const std::string& text) {
     AParcel parcel;
+    int32_t before = 7;
+    parcel.putValue(before);
     EXPECT_EQ(ndk::AParcel_writeString(&parcel, text), STATUS_OK);
     parcel.setPosition(0);
     std::string read;
+    EXPECT_TRUE(parcel.takeValue(&before) == STATUS_OK && before == 7);
     EXPECT_EQ(ndk::AParcel_readString(&parcel, &read), STATUS_OK);
     return read;
 }
 
-TEST(BinderParcel, LaysTextOutAsAndroidDoes) {
-    EXPECT_EQ(hexOf(""), "0000000000000000");
-    EXPECT_EQ(hexOf("a"), "0100000061000000");
-    EXPECT_EQ(hexOf("BUILDID"),
-              "07000000420055004900"
-              "4c00440049004400"
-              "0000");
-}
-
-TEST(BinderParcel, CarriesValidTextUnchanged) {
-    const std::string nul("a\0b\0", 4);
-    for (const std::string& text :
-         {std::string("plain"), nul, std::string("\xc3\xa4\xe2\x82\xac"),
-          std::string("\xf0\x9f\x98\x80 beyond the basic plane"), std::string(100000, 'x')}) {
-        EXPECT_EQ(roundTrip(text), text);
-    }
-}
-
-TEST(BinderParcel, AltersInvalidTextButRefusesOneThatIsCutShort) {
-    EXPECT_EQ(roundTrip("\x80"), "\xc2\x80");    // a byte that leads nothing stands for itself
-    EXPECT_EQ(roundTrip("\xed\xa0\x80x"), "x");  // a surrogate without a partner goes
-    EXPECT_EQ(roundTrip("\xc0\xaf"), "/");       // an overlong form gets its shortest
-    for (const char* cut : {"\xc3", "x\xe2\x82", "\xf0\x9f\x98"}) {
-        AParcel parcel;
-        EXPECT_EQ(ndk::AParcel_writeString(&parcel, std::string(cut)), STATUS_BAD_VALUE) << cut;
-    }
-}
-
-TEST(BinderParcel, PadsBytesWithZeros) {
+TEST(BinderParcel, LaysValuesOutAsAndroidDoes) {
     AParcel parcel;
+    ndk::AParcel_writeString(&parcel, std::string());
+    ndk::AParcel_writeString(&parcel, std::string("BUILDID"));
+    ndk::AParcel_writeString(&parcel, std::nullopt);
     ndk::AParcel_writeVector(&parcel, std::vector<uint8_t>{0xaa, 0xbb, 0xcc});
     ndk::AParcel_writeVector(&parcel, std::vector<uint8_t>{});
     AParcel_writeBool(&parcel, true);
     AParcel_writeInt64(&parcel, -2);
-    EXPECT_EQ(hex(parcel),
-              "03000000aabbcc00"
-              "00000000"
-              "01000000"
-              "feffffffffffffff");
+    Words words(parcel.size() / sizeof(int32_t));
+    std::memcpy(words.data(), parcel.data(), parcel.size());
+    EXPECT_EQ(words,
+              (Words{0, 0, 7, 0x550042, 0x4c0049, 0x490044, 0x44, -1, 3, 0xccbbaa, 0, 1, -2, -1}));
+    EXPECT_EQ(AParcel_setDataPosition(&parcel, AParcel_getDataSize(&parcel) + 1), STATUS_BAD_VALUE);
+    EXPECT_EQ(AParcel_setDataPosition(&parcel, -1), STATUS_BAD_VALUE);
 }
 
-TEST(BinderParcel, TellsMissingFromNullAndLeavesTheTargetAlone) {
+TEST(BinderParcel, AltersInvalidTextButRefusesOneThatIsCutShort) {
+    EXPECT_EQ(roundTrip(std::string(100000, 'x')), std::string(100000, 'x'));
+    EXPECT_EQ(roundTrip("\x80"), "\xc2\x80");    // a byte that leads nothing stands for itself
+    EXPECT_EQ(roundTrip("\xed\xa0\x80x"), "x");  // a surrogate without a partner goes
+    EXPECT_EQ(roundTrip("\xc0\xaf"), "/");       // an overlong form gets its shortest
     AParcel parcel;
-    AParcel_writeString(&parcel, nullptr, -1);
-    AParcel_writeByteArray(&parcel, nullptr, -1);
-    AParcel_writeParcelFileDescriptor(&parcel, -1);
-    AParcel_writeInt32(&parcel, 1000);  // a length that the parcel does not hold
-    parcel.setPosition(0);
+    for (const char* cut : {"\xc3", "eight...x\xe2\x82", "\xf0\x9f\x98"}) {
+        EXPECT_EQ(ndk::AParcel_writeString(&parcel, std::string(cut)), STATUS_BAD_VALUE) << cut;
+    }
+    EXPECT_EQ(AParcel_writeString(&parcel, "x", -1), STATUS_BAD_VALUE);
+    EXPECT_EQ(AParcel_writeByteArray(&parcel, nullptr, -2), STATUS_BAD_VALUE);
+}
+
+template <typename T>
+binder_status_t read(const AParcel* parcel) {
+    T value{};
+    return ndk::AParcel_readData(parcel, &value);
+}
+
+binder_status_t readText(const AParcel* parcel) {
     std::string text = "kept";
-    std::vector<uint8_t> bytes = {7};
-    ndk::ScopedFileDescriptor fd;
-    EXPECT_EQ(ndk::AParcel_readData(&parcel, &text), STATUS_UNEXPECTED_NULL);
-    EXPECT_EQ(ndk::AParcel_readVector(&parcel, &bytes), STATUS_UNEXPECTED_NULL);
-    EXPECT_EQ(ndk::AParcel_readData(&parcel, &fd), STATUS_UNEXPECTED_NULL);
-    EXPECT_EQ(ndk::AParcel_readVector(&parcel, &bytes), STATUS_NOT_ENOUGH_DATA);
-    int32_t number = 5;
-    EXPECT_EQ(AParcel_readInt32(&parcel, &number), STATUS_NOT_ENOUGH_DATA);
+    const binder_status_t status = ndk::AParcel_readData(parcel, &text);
     EXPECT_EQ(text, "kept");
-    EXPECT_EQ(bytes, std::vector<uint8_t>{7});
-    EXPECT_EQ(number, 5);
+    return status;
 }
 
-TEST(BinderParcel, RefusesAVectorThatItCannotHold) {
-    AParcel parcel;
-    AParcel_writeInt32(&parcel, INT32_MAX);
-    parcel.setPosition(0);
-    std::vector<std::string> texts;
-    EXPECT_EQ(ndk::AParcel_readVector(&parcel, &texts), STATUS_NOT_ENOUGH_DATA);
-    EXPECT_TRUE(texts.empty());
+TEST(BinderParcel, AnswersMalformedOnesAsAndroidDoes) {
+    constexpr auto readBytes = read<std::vector<uint8_t>>;
+    constexpr auto readList = read<std::vector<std::string>>;
+    constexpr auto readFd = read<ndk::ScopedFileDescriptor>;
+    const struct {
+        Words words;
+        binder_status_t (*read)(const AParcel*);
+        binder_status_t expected;
+    } cases[] = {
+            {{}, read<int32_t>, STATUS_NOT_ENOUGH_DATA},
+            {{1}, read<int64_t>, STATUS_NOT_ENOUGH_DATA},
+            {{}, readText, STATUS_UNEXPECTED_NULL},
+            {{-1, 0}, readText, STATUS_UNEXPECTED_NULL},
+            {{2, 0x610061}, readText, STATUS_UNEXPECTED_NULL},  // no room for the terminator
+            {{1, 0x610061}, readText, STATUS_UNEXPECTED_NULL},  // another character in its place
+            {{INT32_MAX, 0}, readText, STATUS_UNEXPECTED_NULL},
+            {{-1, 0}, readBytes, STATUS_UNEXPECTED_NULL},
+            {{-2, 0}, readBytes, STATUS_BAD_VALUE},
+            {{5, 0}, readBytes, STATUS_NO_MEMORY},
+            {{-1, 0}, readList, STATUS_NO_MEMORY},
+            {{-2, 0}, readList, STATUS_BAD_VALUE},
+            {{2, 0}, readList, STATUS_NO_MEMORY},
+            {{INT32_MAX, 0}, readList, STATUS_NO_MEMORY},
+            {{0, 4}, read<GrantorDescriptor>, STATUS_UNEXPECTED_NULL},
+            {{1, 3, 0}, read<GrantorDescriptor>, STATUS_BAD_VALUE},
+            {{1, INT32_MIN, 0}, read<GrantorDescriptor>, STATUS_BAD_VALUE},
+            {{1, 24, 0, 0, 0, 0}, read<GrantorDescriptor>, STATUS_NOT_ENOUGH_DATA},
+            {{1, 12, -1, 0}, read<NativeHandle>, STATUS_NO_MEMORY},
+            {{0}, readFd, STATUS_UNEXPECTED_NULL},
+            {{1, 0, 0x66642a85, 0, 0, 0, 1, 0}, readFd, STATUS_BAD_TYPE},  // none came along
+    };
+    for (const auto& each : cases) {
+        AParcel parcel;
+        fill(&parcel, each.words);
+        EXPECT_EQ(each.read(&parcel), each.expected) << testing::PrintToString(each.words);
+    }
 }
 
-TEST(BinderParcel, GivesEveryReaderADescriptorOfItsOwn) {
+TEST(BinderParcel, GivesADescriptorOfItsOwnToAsManyReadsAsMayTravel) {
     AParcel parcel;
     const ndk::ScopedFileDescriptor file(::open("/dev/null", O_RDONLY | O_CLOEXEC));
     ASSERT_EQ(ndk::AParcel_writeData(&parcel, file), STATUS_OK);
     EXPECT_EQ(parcel.size(), 4U + 28U);
-    struct stat expected = {};
-    ::fstat(file.get(), &expected);
-    for (int i = 0; i < 2; ++i) {
+    for (size_t i = 0; i < standin::kMaxDescriptors; ++i) {
         parcel.setPosition(0);
         ndk::ScopedFileDescriptor read;
         ASSERT_EQ(ndk::AParcel_readData(&parcel, &read), STATUS_OK);
         struct stat status = {};
-        ASSERT_EQ(::fstat(read.get(), &status), 0);
-        EXPECT_EQ(status.st_rdev, expected.st_rdev);
-        EXPECT_NE(read.get(), file.get());
+        EXPECT_TRUE(::fstat(read.get(), &status) == 0 && S_ISCHR(status.st_mode));
+        const ndk::ScopedFileDescriptor copy = read.dup();
+        for (const int fd : {read.get(), copy.get(), parcel.fds[0].get()}) {
+            EXPECT_NE(fd, file.get());
+            EXPECT_EQ(::fcntl(fd, F_GETFD), FD_CLOEXEC);
+        }
     }
-}
-
-TEST(BinderParcel, RefusesADescriptorThatDidNotTravelAlong) {
-    AParcel parcel;
-    const ndk::ScopedFileDescriptor file(::open("/dev/null", O_RDONLY | O_CLOEXEC));
-    ndk::AParcel_writeData(&parcel, file);
-    parcel.fds.clear();
     parcel.setPosition(0);
-    ndk::ScopedFileDescriptor read;
-    EXPECT_EQ(ndk::AParcel_readData(&parcel, &read), STATUS_BAD_TYPE);
-}
-
-TEST(BinderParcel, ReadsNoMoreDescriptorsThanMayTravel) {
-    AParcel parcel;
-    const ndk::ScopedFileDescriptor file(::open("/dev/null", O_RDONLY | O_CLOEXEC));
-    ndk::AParcel_writeData(&parcel, file);
-    for (size_t i = 0; i <= standin::kMaxDescriptors; ++i) {  // one that travelled, again and again
-        parcel.setPosition(0);
-        ndk::ScopedFileDescriptor read;
-        const bool allowed = i < standin::kMaxDescriptors;
-        EXPECT_EQ(ndk::AParcel_readData(&parcel, &read), allowed ? STATUS_OK : STATUS_BAD_VALUE);
-    }
+    EXPECT_EQ(read<ndk::ScopedFileDescriptor>(&parcel), STATUS_BAD_VALUE);
 }
 
 TEST(BinderStatus, TravelsWithItsExceptionAndMessage) {
-    for (const auto& sent :
-         {ndk::ScopedAStatus::ok(), ndk::ScopedAStatus::fromServiceSpecificError(7),
-          ndk::ScopedAStatus::fromExceptionCodeWithMessage(EX_SECURITY, "no")}) {
-        AParcel parcel;
-        ASSERT_EQ(AParcel_writeStatusHeader(&parcel, sent.get()), STATUS_OK);
-        parcel.setPosition(0);
-        ndk::ScopedAStatus read;
-        ASSERT_EQ(AParcel_readStatusHeader(&parcel, read.getR()), STATUS_OK);
-        EXPECT_EQ(read.getDescription(), sent.getDescription());
-        EXPECT_EQ(parcel.left(), 0U);
-    }
-    AParcel parcel;
     const auto failed = ndk::ScopedAStatus::fromStatus(STATUS_DEAD_OBJECT);
-    EXPECT_EQ(AParcel_writeStatusHeader(&parcel, failed.get()), STATUS_DEAD_OBJECT);
-    EXPECT_FALSE(ndk::ScopedAStatus().isOk());
+    AParcel nothing;
+    EXPECT_EQ(AParcel_writeStatusHeader(&nothing, failed.get()), STATUS_DEAD_OBJECT);
+    const struct {
+        Words reply;
+        binder_status_t read;
+        const char* description;
+    } cases[] = {
+            {{EX_NONE}, STATUS_OK, "Status(0, EX_NONE): ''"},
+            {{EX_SECURITY, 1, 'a', 0}, STATUS_OK, "Status(-1, EX_SECURITY): 'a'"},
+            {{EX_SECURITY, -1, 0}, STATUS_OK, "Status(-1, EX_SECURITY): ''"},
+            {{EX_SERVICE_SPECIFIC, -1, 0, 7}, STATUS_OK, "Status(-8, EX_SERVICE_SPECIFIC): '7: '"},
+            {{1, -1, 0}, STATUS_OK, "Status(-129, EX_TRANSACTION_FAILED): 'FAILED_TRANSACTION: '"},
+            {{-10, -1, 0},
+             STATUS_OK,
+             "Status(-129, EX_TRANSACTION_FAILED): 'FAILED_TRANSACTION: '"},
+            {{}, STATUS_NOT_ENOUGH_DATA, "Status(no status)"},
+            {{EX_SECURITY, 0, 0}, STATUS_NOT_ENOUGH_DATA, "Status(no status)"},
+            {{EX_SERVICE_SPECIFIC, -1, 0}, STATUS_NOT_ENOUGH_DATA, "Status(no status)"},
+    };
+    for (const auto& each : cases) {
+        AParcel reply;
+        fill(&reply, each.reply);
+        ndk::ScopedAStatus status;
+        EXPECT_EQ(AParcel_readStatusHeader(&reply, status.getR()), each.read);
+        EXPECT_EQ(status.getDescription(), each.description);
+    }
+}
+
+TEST(LocalBinder, AnswersByItselfWhatEveryBinderIsAsked) {
+    const auto* clazz = AIBinder_Class_define(
+            "test.INothing", [](void* args) { return args; }, [](void*) {}, nullptr);
+    const ndk::SpAIBinder binder(AIBinder_new(clazz, nullptr));
+    const std::pair<transaction_code_t, binder_status_t> cases[] = {
+            {0x5f504e47, STATUS_OK},         {0x5f4e5446, STATUS_OK},  // _PNG, _NTF
+            {0x5f444d50, STATUS_OK},         {0x5f535052, STATUS_OK},  // _DMP, _SPR
+            {0x5f455854, STATUS_OK},         {0x5f504944, STATUS_OK},  // _EXT, _PID
+            {0x5f434d44, STATUS_BAD_VALUE},                            // _CMD
+            {0, STATUS_UNKNOWN_TRANSACTION}, {1, STATUS_BAD_TYPE},     // no call of its interface
+    };
+    for (const auto& [code, expected] : cases) {
+        AParcel reply;
+        EXPECT_EQ(binder.get()->transact(code, AParcel(), &reply), expected) << code;
+    }
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <android/binder_parcel.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -37,6 +38,13 @@ bool resizeBytes(void* target, int32_t length, int8_t** buffer) {
 inline binder_status_t AParcel_writeString(AParcel* parcel, const std::string& text) {
     if (text.size() > INT32_MAX) return STATUS_BAD_VALUE;
     return ::AParcel_writeString(parcel, text.data(), static_cast<int32_t>(text.size()));
+}
+
+// Null for no text. As on Android, this makes a call with a literal ambiguous: pass a std::string.
+inline binder_status_t AParcel_writeString(AParcel* parcel,
+                                           const std::optional<std::string>& text) {
+    if (!text) return ::AParcel_writeString(parcel, nullptr, -1);
+    return AParcel_writeString(parcel, *text);
 }
 
 inline binder_status_t AParcel_readString(const AParcel* parcel, std::string* text) {
@@ -115,15 +123,15 @@ binder_status_t AParcel_writeVector(AParcel* parcel, const std::vector<T>& items
 }
 
 // Every item takes at least 4 bytes, so a count beyond the bytes that are left is refused before
-// any room is made for it.
+// memory is taken for it.
 template <typename T>
 binder_status_t AParcel_readVector(const AParcel* parcel, std::vector<T>* items) {
     int32_t count = 0;
     binder_status_t status = AParcel_readInt32(parcel, &count);
     if (status != STATUS_OK) return status;
-    if (count < 0) return STATUS_UNEXPECTED_NULL;
+    if (count < -1) return STATUS_BAD_VALUE;
     const int32_t left = AParcel_getDataSize(parcel) - AParcel_getDataPosition(parcel);
-    if (count > left / 4) return STATUS_NOT_ENOUGH_DATA;
+    if (count == -1 || count > left / 4) return STATUS_NO_MEMORY;
     items->clear();
     items->resize(static_cast<size_t>(count));
     for (auto item = items->begin(); item != items->end() && status == STATUS_OK; ++item) {
