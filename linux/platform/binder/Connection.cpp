@@ -70,15 +70,35 @@ Connection::Connection(int fd) : mFd(fd), mBuffer(kFirstBuffer) {}
 bool Connection::send(int32_t word, const AParcel* parcel) {
     const AParcel empty;
     if (parcel == nullptr) parcel = &empty;
-    FrameHeader frame = {kMagic, static_cast<uint32_t>(parcel->size()), word,
-                         static_cast<uint32_t>(parcel->fds.size())};
+    const FrameHeader frame = {kMagic, static_cast<uint32_t>(parcel->size()), word,
+                               static_cast<uint32_t>(parcel->fds.size())};
+    const bool isSmall = parcel->fds.empty() && sizeof(frame) + parcel->size() <= kFirstBuffer;
+    return isSmall ? sendAsOne(frame, *parcel) : sendInPieces(frame, *parcel);
+}
+
+// Copying a small frame together costs less than having the kernel gather it.
+bool Connection::sendAsOne(const FrameHeader& frame, const AParcel& parcel) {
+    std::memcpy(mBuffer.data(), &frame, sizeof(frame));
+    if (parcel.size() != 0) {
+        std::memcpy(mBuffer.data() + sizeof(frame), parcel.data(), parcel.size());
+    }
+    const size_t size = sizeof(frame) + parcel.size();
+    for (size_t done = 0; done < size;) {
+        const ssize_t sent = ::send(fd(), mBuffer.data() + done, size - done, MSG_NOSIGNAL);
+        if (sent < 0 && errno != EINTR) return false;
+        if (sent > 0) done += static_cast<size_t>(sent);
+    }
+    return true;
+}
+
+bool Connection::sendInPieces(FrameHeader frame, const AParcel& parcel) {
     iovec pieces[] = {{&frame, sizeof(frame)},
-                      {const_cast<uint8_t*>(parcel->data()), parcel->size()}};
+                      {const_cast<uint8_t*>(parcel.data()), parcel.size()}};
     alignas(cmsghdr) char control[CMSG_SPACE(kMaxDescriptors * sizeof(int))];
     msghdr message = {};
     message.msg_iov = pieces;
-    message.msg_iovlen = parcel->size() == 0 ? 1 : 2;
-    attach(parcel->fds, control, &message);
+    message.msg_iovlen = parcel.size() == 0 ? 1 : 2;
+    attach(parcel.fds, control, &message);
     return sendAll(fd(), &message);
 }
 

@@ -55,6 +55,8 @@ class Connection {
     void trim();
 
   private:
+    bool sendAsOne(const FrameHeader& frame, const AParcel& parcel);
+    bool sendInPieces(FrameHeader frame, const AParcel& parcel);
     const FrameHeader& header() const {
         return *reinterpret_cast<const FrameHeader*>(mBuffer.data());
     }

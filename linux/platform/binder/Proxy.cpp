@@ -64,7 +64,9 @@ Proxy::ConnectionPtr Proxy::borrow() {
 // False when no connection is idle; the caller may then make one of its own.
 bool Proxy::borrowIdle(ConnectionPtr* connection) {
     const std::lock_guard<std::mutex> lock(mMutex);
+    ++mWaiting;
     while (mBorrowed == kMaxConnections) mGivenBack.wait(mMutex);
+    --mWaiting;
     ++mBorrowed;
     if (mIdle.empty()) return false;
     *connection = std::move(mIdle.back());
@@ -75,12 +77,10 @@ bool Proxy::borrowIdle(ConnectionPtr* connection) {
 // Takes a connection back, or null for one that was lost.
 void Proxy::giveBack(ConnectionPtr connection) {
     if (connection != nullptr) connection->trim();
-    {
-        const std::lock_guard<std::mutex> lock(mMutex);
-        if (connection != nullptr) mIdle.push_back(std::move(connection));
-        --mBorrowed;
-    }
-    mGivenBack.notify_one();
+    const std::lock_guard<std::mutex> lock(mMutex);
+    if (connection != nullptr) mIdle.push_back(std::move(connection));
+    --mBorrowed;
+    if (mWaiting != 0) mGivenBack.notify_one();
 }
 
 // Gives back a new connection for one that was lost. Whether that succeeded.

@@ -55,6 +55,7 @@ class Proxy final : public AIBinder {
     std::condition_variable_any mGivenBack;
     std::vector<ConnectionPtr> mIdle GUARDED_BY(mMutex);
     size_t mBorrowed GUARDED_BY(mMutex) = 0;
+    size_t mWaiting GUARDED_BY(mMutex) = 0;  // threads, for a connection that is given back
     // Read by the watching thread alone.
     std::shared_ptr<Connection> mWatched GUARDED_BY(mMutex);
 };
