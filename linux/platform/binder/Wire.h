@@ -62,7 +62,7 @@ constexpr size_t kMaxDescriptors = 32;
 // a moment gets through; one that does nothing holds a thread no longer than people wait.
 constexpr std::chrono::seconds kPatience{5};
 
-// A caller costs the service a thread and a descriptor. A thousand threads take some 20 MiB; one
+// A caller costs the service a thread and a descriptor. A thousand idle ones take some 14 MiB; one
 // user gets half of them and one process half of that, so that a client that leaks connections, or
 // means harm, leaves room for others.
 constexpr size_t kMaxCallers = 1024;
