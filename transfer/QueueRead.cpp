@@ -1,23 +1,10 @@
-#include <cstdlib>
-
 #include "Log.h"
 #include "LumvndhalImpl.h"
 #include "OutputFile.h"
+#include "ReadBuffer.h"
 
 namespace aidl::vendor::tav::lumvndhal_aidl {
 namespace {
-
-struct Free {
-    void operator()(int8_t* memory) const { std::free(memory); }
-};
-
-// Zeroed memory, or null. The pages of a large block are not there until they are written to, so a
-// count that the queue does not hold costs nothing, however large.
-using Buffer = std::unique_ptr<int8_t, Free>;
-
-Buffer makeBuffer(int32_t count) {
-    return Buffer(static_cast<int8_t*>(std::calloc(static_cast<size_t>(count), 1)));
-}
 
 bool storeFile(const std::string& path, const int8_t* data, int32_t count) {
     OutputFile file(path);
@@ -42,9 +29,9 @@ bool storeFile(const std::string& path, const int8_t* data, int32_t count) {
         mFmqSync.reset();
         return ::ndk::ScopedAStatus::ok();
     }
-    const Buffer buffer = makeBuffer(count);
+    const ReadBuffer buffer(static_cast<size_t>(count));
     const bool taken =
-            buffer != nullptr && mFmqSync->read(buffer.get(), static_cast<size_t>(count));
+            buffer.data() != nullptr && mFmqSync->read(buffer.data(), static_cast<size_t>(count));
     if (path.size() > kUnloggedPathLength) {
         LUM_LOGI("LumvndhalImpl::request_read(), path=%s count=%d read=%d ",
                  path.c_str() + kUnloggedPathLength, count, taken ? 1 : 0);
@@ -54,7 +41,7 @@ bool storeFile(const std::string& path, const int8_t* data, int32_t count) {
         return ::ndk::ScopedAStatus::ok();
     }
     // From here on the bytes are gone from the queue, whatever becomes of the file.
-    *result = storeFile(validate_path(path), buffer.get(), count);
+    *result = storeFile(validate_path(path), buffer.data(), count);
     return ::ndk::ScopedAStatus::ok();
 }
 
