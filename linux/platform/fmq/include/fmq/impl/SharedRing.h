@@ -57,6 +57,8 @@ class SharedRing final {
     size_t writable() const;
 
   private:
+    static constexpr size_t kLargeBlock = size_t{256} << 10;
+
     // A counter's value, and where in the ring that is.
     struct Position {
         uint64_t count;
@@ -89,6 +91,11 @@ class SharedRing final {
     bool findReadable(size_t count, size_t elementSize, Position* at) const;
     bool findWritable(size_t count, size_t elementSize, Position* at) const;
     Block blockAt(size_t offset, size_t length) const;
+    void prepare(size_t offset, size_t length) const {
+        if (length >= kLargeBlock) populate(offset, length);
+    }
+    // Gets the memory of a block that is about to be written to.
+    void populate(size_t offset, size_t length) const;
     bool commit(End* end, size_t length) const;
 
     // Distance of the counters; more than mSize when they make no sense together.
@@ -98,6 +105,7 @@ class SharedRing final {
     End mWrite;
     unsigned char* mBytes = nullptr;
     size_t mSize = 0;
+    mutable size_t mPopulated = 0;  // bytes from the ring's beginning that were written to here
 };
 
 inline void SharedRing::map(Counter* readCounter, Counter* writeCounter, unsigned char* bytes,
@@ -159,6 +167,7 @@ inline bool SharedRing::write(const void* source, size_t count, size_t elementSi
     if (count == 0) return true;
     const size_t length = count * elementSize;
     const size_t beforeEnd = mSize - at.offset;
+    prepare(at.offset, length);
     if (length <= beforeEnd) {
         memcpy(mBytes + at.offset, source, length);
     } else {
@@ -180,6 +189,7 @@ inline bool SharedRing::beginWrite(size_t count, size_t elementSize, Block* bloc
     Position at;
     if (!findWritable(count, elementSize, &at)) return false;
     *block = blockAt(at.offset, count * elementSize);
+    prepare(at.offset, count * elementSize);
     return true;
 }
 
