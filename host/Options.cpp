@@ -13,6 +13,7 @@ constexpr option kOptions[] = {
         {"version-text", required_argument, nullptr, 'v'},
         {"instance", required_argument, nullptr, 'i'},
         {"threads", required_argument, nullptr, 't'},
+        {"trace", no_argument, nullptr, 'c'},
         {"help", no_argument, nullptr, 'h'},
         {},
 };
@@ -44,6 +45,9 @@ Options::Action take(int option, const char* program, Options* options) {
             return parseThreads(optarg, &options->threads)
                            ? Options::Action::kServe
                            : refuse(program, "--threads takes a number from 1 to 64");
+        case 'c':
+            options->trace = true;
+            return Options::Action::kServe;
         case 'h':
             return Options::Action::kShowHelp;
         case ':':
@@ -78,6 +82,7 @@ void printHelp(const char* program) {
             "  -v, --version-text=TEXT  version that clients are told (default: 1.0)\n"
             "  -i, --instance=NAME      instance to register (default: default)\n"
             "  -t, --threads=N          calls that may be taken at once, 1 to 64 (default: 4)\n"
+            "      --trace              write a line to the log for each call\n"
             "  -h, --help               show this text\n"
             "\n"
             "Exit status: 0 after a clean end, 1 when the service cannot be registered or set up,\n"

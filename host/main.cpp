@@ -9,6 +9,7 @@
 
 #include "Options.h"
 #include "SessionOperator.h"
+#include "Trace.h"
 
 using aidl::vendor::tav::lumvndhal_aidl::LumvndhalImpl;
 
@@ -82,6 +83,7 @@ bool registerService(LumvndhalImpl& service, const std::string& name) {
 int serve(const Options& options) {
     prepareProcess();
     const sigset_t endSignals = blockEndSignals();
+    if (options.trace) traceCalls();
     const auto service = makeService(options);
     if (service == nullptr) return EXIT_FAILURE;
     if (!registerService(*service, LumvndhalImpl::makeServiceName(options.instance))) {

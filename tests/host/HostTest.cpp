@@ -120,6 +120,25 @@ TEST(Host, TakesItsOptionsAndSaysInOneLineWhatItRefuses) {
     EXPECT_EQ(HostProcess({"--help"}).wait(), 0);
 }
 
+// One line each, whatever a client sends: long texts are cut between characters.
+TEST(Host, WritesALineForEachCallWhenToldToTraceThem) {
+    HostProcess host({"--trace"});
+    const auto service = HostProcess::connect();
+    EXPECT_TRUE(write(*service, "/f", {1, 2, 3}));
+    EXPECT_EQ(set(*service, "LUMNETSTATS", "\n" + std::string(98, 'x') + "ä"), -1);
+    EXPECT_EQ(host.endWith(SIGTERM), 0);
+    const std::string begin = "I/LUM:calls\\([0-9]+\\): [0-9:]{8}\\.[0-9]{3} ";
+    const std::string end = ", [0-9]+\\.[0-9][0-9] ms\n";
+    EXPECT_THAT(host.errors(),
+                MatchesRegex(".*" + begin +
+                             "write_data_to_vendor_dropbox\\(spath=/f, data=3 bytes, length=3\\) "
+                             "= true" +
+                             end + ".*" + begin +
+                             "set_vnd_data\\(cmd=LUMNETSTATS, param=\\.x{98}\\.\\.\\. "
+                             "\\(101 bytes\\)\\) = -1" +
+                             end));
+}
+
 class SampleEngine : public testing::Test {
   protected:
     void SetUp() override {
