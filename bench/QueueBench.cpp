@@ -1,41 +1,47 @@
-#include <benchmark/benchmark.h>
+// What the queue costs beside what it cannot do without: a copy of the same bytes out of (or into)
+// the same shared memory for a message, a bare mmap and munmap of the same memory for a queue.
+
 #include <fmq/AidlMessageQueue.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
+#include <string>
 #include <vector>
 
-// What the queue costs beside what it cannot do without: a copy of the same bytes out of (or into)
-// the same shared memory for a message, a bare mmap and munmap of the same regions for a queue.
+#include "Measure.h"
 
 namespace {
 
 using ::aidl::android::hardware::common::fmq::MQDescriptor;
 using ::aidl::android::hardware::common::fmq::SynchronizedReadWrite;
+using bench::check;
+using bench::Samples;
+using bench::Subject;
 using Queue = ::android::AidlMessageQueue<int8_t, SynchronizedReadWrite>;
 using Descriptor = MQDescriptor<int8_t, SynchronizedReadWrite>;
-using Clock = std::chrono::steady_clock;
 
+constexpr char kGroup[] = "queue";
 constexpr size_t kRingOffset = 16;
 
-void require(bool condition) {
-    if (!condition) abort();
-}
+struct Size {
+    const char* name;
+    size_t bytes;
+};
+constexpr Size kMessages[] = {{"64 B", 64}, {"4 KiB", 4096}, {"1 MiB", 1 << 20}};
+constexpr Size kRings[] = {{"4 KiB", 4096}, {"1 MiB", 1 << 20}, {"64 MiB", 64 << 20}};
 
 // A queue, and its ring without the queue.
 struct Ring {
     explicit Ring(size_t length) : queue(length), size(kRingOffset + length) {
         const Descriptor desc = queue.dupeDesc();
-        void* base = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED,
-                          desc.handle.fds.at(0).get(), 0);
-        require(base != MAP_FAILED);
+        void* base = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED,
+                            desc.handle.fds.at(0).get(), 0);
+        check(base != MAP_FAILED, "mmap");
         bytes = static_cast<int8_t*>(base) + kRingOffset;
     }
-    ~Ring() { munmap(bytes - kRingOffset, size); }
+    ~Ring() { ::munmap(bytes - kRingOffset, size); }
     Ring(const Ring&) = delete;
     Ring& operator=(const Ring&) = delete;
 
@@ -44,133 +50,108 @@ struct Ring {
     int8_t* bytes = nullptr;
 };
 
-// Messages per pass: enough that starting the clock does not count.
-size_t passOf(size_t message) {
-    return message >= 1 << 20 ? 8 : (1 << 20) / message;
-}
-
-template <typename Prepare, typename Move>
-void timePasses(benchmark::State& state, Prepare prepare, Move move) {
-    const auto message = static_cast<size_t>(state.range(0));
-    const size_t count = passOf(message);
-    while (state.KeepRunning()) {
-        prepare();
-        const auto start = Clock::now();
-        for (size_t i = 0; i < count; ++i) move(i * message);
-        state.SetIterationTime(std::chrono::duration<double>(Clock::now() - start).count());
-    }
-    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(count * message));
-    state.counters["per_message"] =
-            benchmark::Counter(static_cast<double>(count) * static_cast<double>(state.iterations()),
-                               benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
-}
-
-// Both sides of a comparison start a pass with the caches in the same state: the whole ring has
-// just been filled from, or emptied into, another block.
+// A pass moves many messages, so that reading the clock does not count. Both sides of a comparison
+// start theirs with the caches in the same state: the whole ring has just been filled from, or
+// emptied into, another block.
 struct Pass {
-    explicit Pass(benchmark::State& state) : message(static_cast<size_t>(state.range(0))) {
-        benchmark::DoNotOptimize(message);  // a length known only at run time, as the queue's is
-    }
+    // The length is one that the compiler does not know, as the queue's is.
+    explicit Pass(size_t length) : message((keep(), *const_cast<volatile size_t*>(&length))) {}
 
-    size_t message;
-    Ring ring{passOf(message) * message};
-    std::vector<int8_t> whole = std::vector<int8_t>(passOf(message) * message, 1);
+    void fill() { check(ring.queue.write(whole.data(), whole.size()), "queue.write"); }
+    void drain() { check(ring.queue.read(whole.data(), whole.size()), "queue.read"); }
+    void copyOut() {
+        for (size_t i = 0; i < count; ++i) {
+            std::memcpy(one.data(), ring.bytes + i * message, message);
+            keep();
+        }
+    }
+    void copyIn() {
+        for (size_t i = 0; i < count; ++i) {
+            std::memcpy(ring.bytes + i * message, one.data(), message);
+            keep();
+        }
+    }
+    void read() {
+        bool ok = true;
+        for (size_t i = 0; i < count; ++i) ok = ring.queue.read(one.data(), message) && ok;
+        check(ok, "queue.read");
+    }
+    void write() {
+        bool ok = true;
+        for (size_t i = 0; i < count; ++i) ok = ring.queue.write(one.data(), message) && ok;
+        check(ok, "queue.write");
+    }
+    // Lets the compiler drop no copy.
+    static void keep() { asm volatile("" ::: "memory"); }
+
+    const size_t message;
+    const size_t count = message >= 1 << 20 ? 8 : (1 << 20) / message;
+    Ring ring{count * message};
+    std::vector<int8_t> whole = std::vector<int8_t>(count * message, 1);
     std::vector<int8_t> one = std::vector<int8_t>(message, 1);
 };
 
-void copyOut(benchmark::State& state) {
-    Pass pass(state);
-    timePasses(
-            state, [&] { memcpy(pass.ring.bytes, pass.whole.data(), pass.whole.size()); },
-            [&](size_t offset) {
-                memcpy(pass.one.data(), pass.ring.bytes + offset, pass.message);
-                benchmark::ClobberMemory();
-            });
+void printRow(const std::string& name, const std::vector<Samples>& samples, size_t operations,
+              size_t bytes) {
+    const double each = samples[1].median() / static_cast<double>(operations);
+    const double floor = samples[0].median() / static_cast<double>(operations);
+    bench::print({kGroup, name, "this", each, floor, {{"size", static_cast<double>(bytes)}}});
 }
 
-void queueRead(benchmark::State& state) {
-    Pass pass(state);
-    timePasses(
-            state, [&] { require(pass.ring.queue.write(pass.whole.data(), pass.whole.size())); },
-            [&](size_t) {
-                require(pass.ring.queue.read(pass.one.data(), pass.message));
-                benchmark::ClobberMemory();
-            });
+void measureRead(const Size& size) {
+    const std::string name = std::string("read, ") + size.name;
+    if (!bench::wants(kGroup, name)) return;
+    Pass pass(size.bytes);
+    const Subject copying = {
+            [&] { pass.copyOut(); },
+            [&] { std::memcpy(pass.ring.bytes, pass.whole.data(), pass.whole.size()); }};
+    const Subject reading = {[&] { pass.read(); }, [&] { pass.fill(); }};
+    printRow(name, bench::takeTurns(bench::scaled(300, 50), 1, {copying, reading}), pass.count,
+             size.bytes);
 }
 
-void copyIn(benchmark::State& state) {
-    Pass pass(state);
-    timePasses(
-            state, [&] { memcpy(pass.whole.data(), pass.ring.bytes, pass.whole.size()); },
-            [&](size_t offset) {
-                memcpy(pass.ring.bytes + offset, pass.one.data(), pass.message);
-                benchmark::ClobberMemory();
-            });
+void measureWrite(const Size& size) {
+    const std::string name = std::string("write, ") + size.name;
+    if (!bench::wants(kGroup, name)) return;
+    Pass pass(size.bytes);
+    pass.fill();
+    const Subject copying = {
+            [&] { pass.copyIn(); },
+            [&] { std::memcpy(pass.whole.data(), pass.ring.bytes, pass.whole.size()); }};
+    const Subject writing = {[&] { pass.write(); }, [&] { pass.drain(); }};
+    printRow(name, bench::takeTurns(bench::scaled(300, 50), 1, {copying, writing}), pass.count,
+             size.bytes);
 }
 
-void queueWrite(benchmark::State& state) {
-    Pass pass(state);
-    require(pass.ring.queue.write(pass.whole.data(), pass.whole.size()));
-    timePasses(
-            state, [&] { require(pass.ring.queue.read(pass.whole.data(), pass.whole.size())); },
-            [&](size_t) {
-                require(pass.ring.queue.write(pass.one.data(), pass.message));
-                benchmark::ClobberMemory();
-            });
+void mapOnce(int fd, size_t length) {
+    void* base = ::mmap(nullptr, kRingOffset + length, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+    ::munmap(base, kRingOffset + length);
 }
 
-// The three regions, mapped one by one as the descriptor lists them.
-void mapThreeRegions(benchmark::State& state) {
-    const auto length = static_cast<size_t>(state.range(0));
-    const Descriptor desc = Queue(length).dupeDesc();
+// The reader's end: the descriptor is checked, its memory mapped, and let go again.
+void measureAttach(const Size& size) {
+    constexpr size_t kTimes = 100;
+    const std::string name = std::string("attach and release, ") + size.name;
+    if (!bench::wants(kGroup, name)) return;
+    const Descriptor desc = Queue(size.bytes).dupeDesc();
     const int fd = desc.handle.fds.at(0).get();
-    while (state.KeepRunning()) {
-        void* bases[3];
-        for (size_t i = 0; i < 3; ++i) {
-            bases[i] = mmap(nullptr, i < 2 ? kRingOffset : kRingOffset + length,
-                            PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
-        }
-        for (size_t i = 0; i < 3; ++i) munmap(bases[i], i < 2 ? kRingOffset : kRingOffset + length);
-    }
+    const Subject mapping = {[&] {
+        for (size_t i = 0; i < kTimes; ++i) mapOnce(fd, size.bytes);
+    }};
+    const Subject attaching = {[&] {
+        for (size_t i = 0; i < kTimes; ++i) check(Queue(desc, true).isValid(), "attaching");
+    }};
+    printRow(name, bench::takeTurns(bench::scaled(300, 50), 1, {mapping, attaching}), kTimes,
+             size.bytes);
 }
-
-// The three regions as the one piece of memory that they are.
-void mapOnce(benchmark::State& state) {
-    const auto length = static_cast<size_t>(state.range(0));
-    const Descriptor desc = Queue(length).dupeDesc();
-    const int fd = desc.handle.fds.at(0).get();
-    while (state.KeepRunning()) {
-        void* base = mmap(nullptr, kRingOffset + length, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
-        munmap(base, kRingOffset + length);
-    }
-}
-
-void attachAndRelease(benchmark::State& state) {
-    const Descriptor desc = Queue(static_cast<size_t>(state.range(0))).dupeDesc();
-    while (state.KeepRunning()) require(Queue(desc, true).isValid());
-}
-
-constexpr int64_t kMessages[] = {64, 4096, 1 << 20};
-constexpr int64_t kRings[] = {4096, 1 << 20, 64 << 20};
-
-[[maybe_unused]] const bool kRegistered = [] {
-    const auto add = [](const char* name, void (*run)(benchmark::State&), int64_t argument) {
-        return benchmark::RegisterBenchmark(name, run)->Arg(argument);
-    };
-    for (const int64_t message : kMessages) {
-        add("copyOut", copyOut, message)->UseManualTime();
-        add("queueRead", queueRead, message)->UseManualTime();
-        add("copyIn", copyIn, message)->UseManualTime();
-        add("queueWrite", queueWrite, message)->UseManualTime();
-    }
-    for (const int64_t ring : kRings) {
-        add("mapThreeRegions", mapThreeRegions, ring);
-        add("mapOnce", mapOnce, ring);
-        add("attachAndRelease", attachAndRelease, ring);
-    }
-    return true;
-}();
 
 }  // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) {
+    bench::readOptions(argc, argv);
+    bench::pinTo(0);
+    for (const Size& size : kMessages) measureRead(size);
+    for (const Size& size : kMessages) measureWrite(size);
+    for (const Size& size : kRings) measureAttach(size);
+    return 0;
+}

@@ -1,55 +1,44 @@
-// request_read into a dropbox that lies in memory, beside a floor measured in the same run: copy
-// the same bytes from the same shared memory into fresh zeroed memory, then one write into a new
-// file.
+// request_read into a dropbox that lies in memory, client and service on one core. Two floors, each
+// of which copies the same bytes out of the same shared memory and writes them into a new file with
+// one write: by way of fresh zeroed memory, and by way of memory that was used before. The second
+// is what no service could do that keeps nothing between its calls.
 
-#include <aidl/vendor/tav/lumvndhal_aidl/ILumvndhal.h>
-#include <android/binder_manager.h>
-#include <android/binder_process.h>
 #include <fcntl.h>
 #include <fmq/AidlMessageQueue.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "LumvndhalImpl.h"
 #include "Measure.h"
+#include "Service.h"
 
 namespace {
 
-using aidl::vendor::tav::lumvndhal_aidl::ILumvndhal;
-using aidl::vendor::tav::lumvndhal_aidl::LumvndhalImpl;
-using bench::number;
-using bench::Samples;
-using Queue = LumvndhalImpl::ByteQueue;
+using bench::check;
+using bench::ILumvndhal;
+using Queue =
+        ::android::AidlMessageQueue<int8_t,
+                                    ::aidl::android::hardware::common::fmq::SynchronizedReadWrite>;
 
+constexpr char kGroup[] = "transfer";
 constexpr char kFile[] = "/data/vendor/lum/f";
 constexpr int kRingGrantor = 2;
-const std::string kInstance = std::string(ILumvndhal::descriptor) + "/bench";
 
-void check(bool ok) {
-    if (ok) return;
-    std::fprintf(stderr, "a call failed\n");
-    std::exit(1);
-}
-
-void quieten() {
-    const int quiet = ::open("/dev/null", O_WRONLY);
-    ::dup2(quiet, STDERR_FILENO);
-}
-
-void serve() {
-    quieten();
-    const auto service = ndk::SharedRefBase::make<LumvndhalImpl>();
-    if (AServiceManager_addService(service->asBinder().get(), kInstance.c_str()) != EX_NONE) return;
-    ABinderProcess_startThreadPool();
-    for (;;) ::pause();
-}
+struct Size {
+    const char* name;
+    size_t bytes;
+    size_t rounds;
+    size_t roundsInQuickRun;
+};
+constexpr Size kSizes[] = {{"64 KiB", 64 << 10, 1000, 100},
+                           {"1 MiB", 1 << 20, 200, 30},
+                           {"16 MiB", 16 << 20, 50, 8},
+                           {"64 MiB", 64 << 20, 20, 4}};
 
 // The ring of a queue, mapped once more.
 class RingView {
@@ -59,7 +48,7 @@ class RingView {
         mOffset = static_cast<size_t>(ring.offset);
         mMemory = ::mmap(nullptr, mOffset + size, PROT_READ | PROT_WRITE, MAP_SHARED,
                          mDesc.handle.fds[static_cast<size_t>(ring.fdIndex)].get(), 0);
-        check(mMemory != MAP_FAILED);
+        check(mMemory != MAP_FAILED, "mmap");
     }
     ~RingView() { ::munmap(mMemory, mOffset + mSize); }
     RingView(const RingView&) = delete;
@@ -68,62 +57,76 @@ class RingView {
     const char* bytes() const { return static_cast<const char*>(mMemory) + mOffset; }
 
   private:
-    LumvndhalImpl::ByteQueueDescriptor mDesc;
+    decltype(std::declval<Queue>().dupeDesc()) mDesc;
     size_t mSize;
     size_t mOffset = 0;
     void* mMemory = nullptr;
 };
 
-void copyAndWrite(const char* from, size_t size) {
-    void* buffer = std::calloc(size, 1);
-    std::memcpy(buffer, from, size);
+void copyAndWrite(const char* from, void* by, size_t size) {
+    std::memcpy(by, from, size);
     const int file = ::open(kFile, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    check(::write(file, buffer, size) == static_cast<ssize_t>(size));
+    check(::write(file, by, size) == static_cast<ssize_t>(size), "write");
     ::close(file);
+}
+
+void copyByFreshMemory(const char* from, size_t size) {
+    void* buffer = std::calloc(size, 1);
+    copyAndWrite(from, buffer, size);
     std::free(buffer);
 }
 
-void measure(const std::string& name, ILumvndhal& service, size_t size, int rounds) {
-    Queue queue(size);
+void requestRead(ILumvndhal& service, size_t size) {
     bool result = false;
-    check(service.configure(queue.dupeDesc(), &result).isOk() && result);
-    const RingView ring(queue, size);
-    const std::vector<int8_t> block(size, 'x');
-    Samples floor;
-    Samples reads;
-    for (int round = 0; round < rounds; ++round) {
-        check(queue.write(block.data(), size));
-        ::unlink(kFile);
-        floor.measure(1, [&] { copyAndWrite(ring.bytes(), size); });
-        ::unlink(kFile);
-        reads.measure(1, [&] {
-            service.request_read("/f", static_cast<int32_t>(size), &result);
-            check(result);
-        });
-    }
-    const double rate = static_cast<double>(size) / reads.median() / 1000;
-    bench::printRow(
-            name, {number(reads.median(), 1), number(reads.p99(), 1), number(floor.median(), 1),
-                   number(floor.p99(), 1), number(reads.median() / floor.median()), number(rate)});
+    service.request_read("/f", static_cast<int32_t>(size), &result);
+    check(result, "request_read");
 }
 
-void measureSizes(const std::string& where, ILumvndhal& service) {
-    measure("request_read, 4 KiB, " + where, service, size_t{4} << 10, 2000);
-    measure("request_read, 1 MiB, " + where, service, size_t{1} << 20, 400);
-    measure("request_read, 64 MiB, " + where, service, size_t{64} << 20, 20);
+std::vector<bench::Samples> measure(ILumvndhal& service, const Size& size) {
+    Queue queue(size.bytes);
+    bool result = false;
+    check(service.configure(queue.dupeDesc(), &result).isOk() && result, "configure");
+    const RingView ring(queue, size.bytes);
+    const std::vector<int8_t> block(size.bytes, 'x');
+    std::vector<char> warm(size.bytes, 1);
+    const auto clear = [&] { ::unlink(kFile); };
+    const auto fill = [&] {
+        clear();
+        check(queue.write(block.data(), size.bytes), "queue.write");
+    };
+    fill();
+    requestRead(service, size.bytes);  // from here on the ring's memory is there
+    return bench::takeTurns(bench::scaled(size.rounds, size.roundsInQuickRun), 1,
+                            {{[&] { copyByFreshMemory(ring.bytes(), size.bytes); }, clear},
+                             {[&] { copyAndWrite(ring.bytes(), warm.data(), size.bytes); }, clear},
+                             {[&] { requestRead(service, size.bytes); }, fill}});
+}
+
+void measureSize(ILumvndhal& service, const Size& size) {
+    const std::string name = std::string("request_read, ") + size.name;
+    const std::string against[] = {name + ", fresh memory", name + ", warm memory"};
+    if (!bench::wants(kGroup, against[0]) && !bench::wants(kGroup, against[1])) return;
+    const auto samples = measure(service, size);
+    for (size_t floor = 0; floor < 2; ++floor) {
+        if (!bench::wants(kGroup, against[floor])) continue;
+        bench::print({kGroup,
+                      against[floor],
+                      "this",
+                      samples[2].median(),
+                      samples[floor].median(),
+                      {{"p99", samples[2].p99()},
+                       {"floor_p99", samples[floor].p99()},
+                       {"size", static_cast<double>(size.bytes)}}});
+    }
 }
 
 }  // namespace
 
-int main() {
-    std::printf("\n");
-    bench::printRow("transfer, one core [us]",
-                    {"median", "p99", "floor med", "floor p99", "ratio", "GB/s"});
+int main(int argc, char** argv) {
+    bench::readOptions(argc, argv);
     bench::pinTo(0);
-    const bench::Worker serving(serve);
-    const ndk::SpAIBinder binder(AServiceManager_waitForService(kInstance.c_str()));
-    measureSizes("between processes", *ILumvndhal::fromBinder(binder));
-    quieten();
-    measureSizes("in process", *ndk::SharedRefBase::make<LumvndhalImpl>());
+    const bench::Worker serving([] { bench::serve(0); });
+    const auto service = bench::connect();
+    for (const Size& size : kSizes) measureSize(*service, size);
     return 0;
 }
