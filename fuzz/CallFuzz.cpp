@@ -2,6 +2,7 @@
 // writes to its queue. What the service answers, logs and leaves in the dropbox is compared with
 // what the state before the call calls for.
 #include <aidl/android/hardware/common/fmq/MQDescriptor.h>
+#include <android/binder_parcel_utils.h>
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>

@@ -85,7 +85,9 @@ class Peer {
         const std::string sent = mFrame.substr(sizeof(header));
         const AParcel request(reinterpret_cast<const uint8_t*>(sent.data()), sent.size());
         const bool isCall = header.word >= 1 && header.word <= 0xffffff;
-        const bool isMeant = standin::checkInterfaceToken(&request, kInterface) == STATUS_OK;
+        AParcel token;
+        standin::writeInterfaceToken(&token, kInterface);
+        const bool isMeant = standin::checkInterfaceToken(&request, token) == STATUS_OK;
         const auto count = mConnection.takeDescriptors().size();
         const std::string answer(reinterpret_cast<const char*>(mConnection.payload()),
                                  mConnection.payloadSize());

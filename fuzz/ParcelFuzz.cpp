@@ -3,8 +3,10 @@
 #include <aidl/android/hardware/common/fmq/MQDescriptor.h>
 #include <aidl/android/hardware/common/fmq/SynchronizedReadWrite.h>
 #include <aidl/vendor/tav/lumvndhal_aidl/LumvndhalGenericData.h>
+#include <android/binder_parcel_utils.h>
 #include <fcntl.h>
 
+#include <iterator>
 #include <optional>
 
 #include "Parcel.h"
@@ -70,20 +72,26 @@ void convert(const std::string& text) {
     require(back == modelToUtf8(units), "a text as UTF-8");
 }
 
-// The next text or byte array, read from the bytes themselves.
-std::optional<std::string> modelText(const AParcel& parcel, size_t unit) {
+// The next text (of units of 2 bytes) or byte array (of 1), read from the bytes themselves.
+binder_status_t modelText(const AParcel& parcel, size_t unit, std::string* text) {
     int32_t length = 0;
-    if (parcel.left() < 4) return {};
+    if (parcel.left() < 4) return unit == 1 ? STATUS_NOT_ENOUGH_DATA : STATUS_UNEXPECTED_NULL;
     std::memcpy(&length, parcel.data() + parcel.position(), 4);
     const auto count = static_cast<uint64_t>(length);
     const uint64_t size = unit == 1 ? count : (count + 1) * 2;
-    if (length < 0 || (size + 3) / 4 * 4 > parcel.left() - 4) return {};
-    const auto* const from = parcel.data() + parcel.position() + 4;
-    if (unit == 1) return std::string(reinterpret_cast<const char*>(from), size);
-    std::u16string units(count + 1, u'\0');
-    std::memcpy(units.data(), from, size);
+    const bool isThere = length >= 0 && (size + 3) / 4 * 4 <= parcel.left() - 4;
+    const auto* const from = reinterpret_cast<const char*>(parcel.data()) + parcel.position() + 4;
+    if (unit == 1) {
+        if (length < 0) return length == -1 ? STATUS_UNEXPECTED_NULL : STATUS_BAD_VALUE;
+        if (isThere) text->assign(from, size);
+        return isThere ? STATUS_OK : STATUS_NO_MEMORY;
+    }
+    std::u16string units(isThere ? count + 1 : 0, u'\0');
+    std::memcpy(units.data(), from, units.size() * 2);
+    if (!isThere || units.back() != 0) return STATUS_UNEXPECTED_NULL;
     units.pop_back();
-    return modelToUtf8(units);
+    *text = modelToUtf8(units);
+    return STATUS_OK;
 }
 
 bool isSame(const QueueDescriptor& a, const QueueDescriptor& b) {
@@ -97,40 +105,41 @@ bool isSame(const T& a, const T& b) {
 
 // Reads a value and, if there is one, hands it on in another parcel.
 template <typename T>
-bool pass(const AParcel& parcel, T* value) {
+binder_status_t pass(const AParcel& parcel, T* value) {
     const binder_status_t status = ndk::AParcel_readData(&parcel, value);
     require(parcel.position() <= parcel.size() && status <= 0, "a reader stays in the parcel");
-    if (status != STATUS_OK) return false;
+    if (status != STATUS_OK) return status;
     AParcel copy;
     T again = {};
     require(ndk::AParcel_writeData(&copy, *value) == STATUS_OK && copy.setPosition(0) &&
                     ndk::AParcel_readData(&copy, &again) == STATUS_OK && copy.left() == 0,
             "what was read can be written and read");
     require(isSame(*value, again), "what was read travels unchanged");
-    return true;
+    return STATUS_OK;
 }
 
 template <typename T>
-bool pass(const AParcel& parcel) {
+binder_status_t pass(const AParcel& parcel) {
     T value = {};
     return pass(parcel, &value);
 }
 
 template <typename T>
-bool passText(const AParcel& parcel, size_t unit) {
-    const auto expected = modelText(parcel, unit);
+binder_status_t passText(const AParcel& parcel, size_t unit) {
+    std::string expected;
+    const binder_status_t status = modelText(parcel, unit, &expected);
     T value = {};
-    require(pass(parcel, &value) == expected.has_value(), "a text is read when it is there");
-    require(!expected || std::string(value.begin(), value.end()) == *expected, "the text read");
-    return expected.has_value();
+    require(pass(parcel, &value) == status, "the status of reading a text");
+    require(std::string(value.begin(), value.end()) == expected, "the text read");
+    return status;
 }
 
-bool passStatus(const AParcel& parcel) {
+binder_status_t passStatus(const AParcel& parcel) {
     ndk::ScopedAStatus status;
-    if (AParcel_readStatusHeader(&parcel, status.getR()) != STATUS_OK) return false;
+    const binder_status_t read = AParcel_readStatusHeader(&parcel, status.getR());
     AParcel copy;
-    static_cast<void>(AParcel_writeStatusHeader(&copy, status.get()));
-    return !status.getDescription().empty();
+    if (read == STATUS_OK) static_cast<void>(AParcel_writeStatusHeader(&copy, status.get()));
+    return read;
 }
 
 }  // namespace
@@ -144,7 +153,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     {
         AParcel parcel(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
         parcel.fds.emplace_back(::open("/data", O_PATH | O_CLOEXEC));
-        using Reader = bool (*)(const AParcel&);
+        using Reader = binder_status_t (*)(const AParcel&);
         constexpr Reader kReaders[] = {
                 pass<int32_t>,
                 pass<int64_t>,
@@ -158,7 +167,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                 pass<::aidl::vendor::tav::lumvndhal_aidl::LumvndhalGenericData>,
                 passStatus};
         for (const char reader : readers) {
-            if (!kReaders[static_cast<uint8_t>(reader) % std::size(kReaders)](parcel)) break;
+            const auto read = kReaders[static_cast<uint8_t>(reader) % std::size(kReaders)];
+            if (read(parcel) != STATUS_OK) break;
         }
     }
     require(support::openDescriptors() == before, "as many descriptors are open as before");
