@@ -1,5 +1,7 @@
 #include "Files.h"
 
+#include <malloc.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -73,6 +75,10 @@ size_t openDescriptors(int pid) {
 size_t memoryMappings(int pid) {
     const std::string maps = readFile(processFolder(pid) + "/maps");
     return static_cast<size_t>(std::count(maps.begin(), maps.end(), '\n'));
+}
+
+size_t memoryInUse() {
+    return ::mallinfo2().uordblks;
 }
 
 bool hasRealMounts() {
