@@ -1,17 +1,12 @@
 // The build identifier: which lines of the version file give a value, and what is made of it.
-#include <gtest/gtest.h>
-
 #include <cstring>
 
-#include "DeviceFiles.h"
-#include "Files.h"
-#include "ServiceUnderTest.h"
+#include "DeviceFacts.h"
 
 namespace {
 
 using namespace std::string_literals;
 using support::info;
-using support::LogLines;
 
 constexpr char kFile[] = "/vendor/firmware_mnt/verinfo/ver_info.txt";
 constexpr size_t kCapacity = 128;
@@ -32,17 +27,14 @@ std::string xs(size_t count) {
     return std::string(count, 'x');
 }
 
-class BuildId : public testing::Test {
+class BuildId : public DeviceFacts {
   protected:
     // Asks for the identifier and expects this one, or that nothing is written when it is empty.
     void expectNow(const std::string& identifier, const std::string& line) {
         std::string buffer(kCapacity + 1, '~');
         int length = -1;
-        const size_t before = support::openDescriptors();
-        mObject->get_build_id(buffer.data(), &length);
-        EXPECT_EQ(support::openDescriptors(), before);
+        expectLines({info(line)}, [&] { mObject->get_build_id(buffer.data(), &length); });
         EXPECT_EQ(buffer[kCapacity], '~');
-        EXPECT_EQ(mLog.take(), LogLines{info(line)});
         EXPECT_EQ(buffer.substr(0, buffer.find(identifier.empty() ? '~' : '\0')), identifier);
         EXPECT_EQ(length, identifier.empty() ? -1 : static_cast<int>(identifier.size()));
     }
@@ -57,10 +49,6 @@ class BuildId : public testing::Test {
         support::writeFile(kFile, content);
         expectNow("", kNotFound);
     }
-
-    std::shared_ptr<support::LumvndhalImpl> mObject =
-            ndk::SharedRefBase::make<support::LumvndhalImpl>();
-    support::LogCapture mLog;
 };
 
 }  // namespace

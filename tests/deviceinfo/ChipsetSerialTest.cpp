@@ -1,21 +1,16 @@
 // The chipset serial: what each state of the two nodes gives, in a buffer of any capacity.
-#include <gtest/gtest.h>
-
-#include "DeviceFiles.h"
-#include "Files.h"
-#include "ServiceUnderTest.h"
+#include "DeviceFacts.h"
 
 namespace {
 
 using namespace std::string_literals;
 using support::error;
 using support::info;
-using support::LogLines;
 
 const std::string kSocId = "/sys/devices/soc0/soc_id";
 const std::string kSerialNumber = "/sys/devices/soc0/serial_number";
 
-class ChipsetSerial : public testing::Test {
+class ChipsetSerial : public DeviceFacts {
   protected:
     void SetUp() override { removeNodes(); }
     static void removeNodes() {
@@ -24,19 +19,14 @@ class ChipsetSerial : public testing::Test {
     }
     void expect(const std::string& serial, int capacity = 2048) {
         const size_t room = static_cast<size_t>(capacity);
-        std::string buffer(room + 1, '~');
-        const size_t before = support::openDescriptors();
-        mObject->get_chipset_serial(buffer.data(), &capacity);
-        EXPECT_EQ(support::openDescriptors(), before);
-        EXPECT_EQ(buffer[room], '~') << "written behind the buffer's end";
-        EXPECT_EQ(mLog.take(), LogLines{info("get_chipset_serial()")});
+        const std::string guard = "~\n";  // whoever cuts a newline there is noticed
+        std::string buffer = std::string(room, '~') + guard;
+        expectLines({info("get_chipset_serial()")},
+                    [&] { mObject->get_chipset_serial(buffer.data(), &capacity); });
+        EXPECT_EQ(buffer.substr(room), guard) << "written behind the buffer's end";
         EXPECT_EQ(buffer.substr(0, buffer.find('\0')), serial);
         EXPECT_EQ(capacity, static_cast<int>(serial.size()));
     }
-
-    std::shared_ptr<support::LumvndhalImpl> mObject =
-            ndk::SharedRefBase::make<support::LumvndhalImpl>();
-    support::LogCapture mLog;
 };
 
 }  // namespace
@@ -44,12 +34,18 @@ class ChipsetSerial : public testing::Test {
 TEST_F(ChipsetSerial, JoinsTheFirstLinesOfBothNodes) {
     const std::string x127(127, 'x');
     const std::pair<std::string, std::string> nodes[] = {
-            {"457\n", "457"},    {"7\n", "7"},
-            {"7\r\n", "7\r"},    {" \xff \n\n", " \xff "},
-            {"45\0x\n"s, "45"},  {x127.substr(1) + "\n", x127.substr(1)},
-            {x127 + "\n", x127}, {x127 + "yz\n", x127},
+            {"%s%n%d\n", "%s%n%d"},
+            {"457\n", "457"},
+            {"7\n", "7"},
+            {"7\r\n", "7\r"},
+            {" \xff \n\n", " \xff "},
+            {"45\0x\n"s, "45"},
+            {x127.substr(1) + "\n", x127.substr(1)},
+            {x127 + "\n", x127},
+            {x127 + "yz\n", x127},
             {"7", "-"},  // too short, as those below
-            {"\n457\n", "-"},    {"7\0\n"s, "-"},
+            {"\n457\n", "-"},
+            {"7\0\n"s, "-"},
     };
     for (const auto& [content, value] : nodes) {
         SCOPED_TRACE(content);
@@ -94,10 +90,9 @@ TEST_F(ChipsetSerial, RefusesABufferThatIsNone) {
     const std::pair<char*, int> buffers[] = {
             {&untouched, 0}, {&untouched, -1}, {&untouched, INT32_MIN}, {nullptr, 2048}};
     for (auto [buffer, capacity] : buffers) {
-        mObject->get_chipset_serial(buffer, &capacity);
+        expectLines({info("get_chipset_serial()"), error("[ERROR] Invalid Parameter")},
+                    [&, out = buffer] { mObject->get_chipset_serial(out, &capacity); });
         EXPECT_EQ(capacity, 0);
-        EXPECT_EQ(mLog.take(),
-                  (LogLines{info("get_chipset_serial()"), error("[ERROR] Invalid Parameter")}));
     }
     EXPECT_EQ(untouched, '~');
 }

@@ -1,10 +1,7 @@
 // The factory-reset count, and the property that switches it off.
 #include <cutils/properties.h>
-#include <gtest/gtest.h>
 
-#include "DeviceFiles.h"
-#include "Files.h"
-#include "ServiceUnderTest.h"
+#include "DeviceFacts.h"
 
 namespace {
 
@@ -17,22 +14,15 @@ constexpr char kDirectory[] = "/mnt/vendor/persist/lum";
 constexpr char kFile[] = "/mnt/vendor/persist/lum/frc.dat";
 const std::string kName = "get_factory_reset_count:";
 
-class FactoryReset : public testing::Test {
+class FactoryReset : public DeviceFacts {
   protected:
     void expect(int64_t count, const support::LogLine& line) {
-        const size_t before = support::openDescriptors();
-        EXPECT_EQ(mObject->get_factory_reset_count(), count);
-        EXPECT_EQ(support::openDescriptors(), before);
-        EXPECT_EQ(mLog.take(), LogLines{line});
+        expectLines({line}, [&] { EXPECT_EQ(mObject->get_factory_reset_count(), count); });
     }
     void expectRead(int64_t count, const std::string& text) {
         expect(count, info(kName + "LUM_FACTORY_RESET_COUNT_PERSIST_FILE : " +
                            std::to_string(count) + ", " + text));
     }
-
-    std::shared_ptr<support::LumvndhalImpl> mObject =
-            ndk::SharedRefBase::make<support::LumvndhalImpl>();
-    support::LogCapture mLog;
 };
 
 }  // namespace
@@ -88,8 +78,9 @@ TEST_F(FactoryReset, PropertyCountsWhenItsValueIsTheWholeOfWhatIsExpected) {
     };
     for (const auto& property : cases) {
         ASSERT_EQ(property_set("key", property.value.c_str()), 0);
-        EXPECT_EQ(mObject->check_property_value("key", property.expected.c_str()), property.holds);
         const LogLines refused = {info("FRC:key = " + property.value)};
-        EXPECT_EQ(mLog.take(), property.holds ? LogLines{} : refused) << property.value;
+        expectLines(property.holds ? LogLines{} : refused, [&, expected = property.expected] {
+            EXPECT_EQ(mObject->check_property_value("key", expected.c_str()), property.holds);
+        });
     }
 }

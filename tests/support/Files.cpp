@@ -1,7 +1,5 @@
 #include "Files.h"
 
-#include <malloc.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -77,8 +75,8 @@ size_t memoryMappings(int pid) {
     return static_cast<size_t>(std::count(maps.begin(), maps.end(), '\n'));
 }
 
-size_t memoryInUse() {
-    return ::mallinfo2().uordblks;
+size_t pagesOfMemory() {
+    return std::stoul(readFile("/proc/self/statm"));
 }
 
 bool hasRealMounts() {

@@ -23,8 +23,8 @@ void removeAll(const std::string& path);
 // How many descriptors and memory mappings this process (or process `pid`) has.
 size_t openDescriptors(int pid = 0);
 size_t memoryMappings(int pid = 0);
-// Bytes that this process has from its allocator.
-size_t memoryInUse();
+// Pages of this process's address space.
+size_t pagesOfMemory();
 
 // Whether real file systems are mounted in the root; what needs one cannot run otherwise.
 bool hasRealMounts();
