@@ -129,6 +129,28 @@ void warn(const char* what, const char* instance, const std::string& why) {
                         endpointOf(instance).c_str(), why.c_str());
 }
 
+// The pauses of a thread that waits for a service, and what it says meanwhile.
+class Wait {
+  public:
+    explicit Wait(const char* instance) : mInstance(instance) {}
+
+    // Says each new reason once.
+    void pause(const std::string& why) {
+        if (why != mSaid && Clock::now() >= mLoud) {
+            warn("Waiting for", mInstance, why);
+            mSaid = why;
+        }
+        std::this_thread::sleep_for(mPause);
+        mPause = std::min(2 * mPause, kLongestPause);
+    }
+
+  private:
+    const char* const mInstance;
+    const Clock::time_point mLoud = Clock::now() + kSilence;
+    std::chrono::milliseconds mPause = kFirstPause;
+    std::string mSaid;
+};
+
 std::vector<std::string> instancesOf(const std::string& interface) {
     std::vector<std::string> instances;
     const std::string prefix = fileNameOf(interface + "/");
@@ -178,18 +200,12 @@ AIBinder* AServiceManager_checkService(const char* instance) {
 
 AIBinder* AServiceManager_waitForService(const char* instance) {
     if (!standin::isName(instance)) return nullptr;
-    const auto loud = standin::Clock::now() + standin::kSilence;
-    std::string told;
-    for (auto pause = standin::kFirstPause;; pause = std::min(2 * pause, standin::kLongestPause)) {
+    standin::Wait wait(instance);
+    for (;;) {
         auto attempt = standin::Attempt::kAbsent;
         AIBinder* const binder = standin::find(instance, &attempt);
         if (binder != nullptr) return binder;
-        const std::string why = standin::explain(attempt, errno);
-        if (standin::Clock::now() >= loud && why != told) {
-            standin::warn("Waiting for", instance, why);
-            told = why;
-        }
-        std::this_thread::sleep_for(pause);
+        wait.pause(standin::explain(attempt, errno));
     }
 }
 

@@ -118,7 +118,7 @@ TEST_F(BinderPeer, IsNotHeldUpByPeersThatDieOrNeverRead) {
     EXPECT_TRUE(answersSoon());
 }
 
-// A connection that its last close waits for: nobody takes the bytes that are under way.
+// A connection that its last close waits for: no one reads the bytes that are under way.
 ndk::ScopedFileDescriptor lingeringSocket() {
     const ndk::ScopedFileDescriptor listener(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
     sockaddr_in address = {};
