@@ -1,5 +1,9 @@
 #include <android/binder_parcel_utils.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
@@ -7,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "Files.h"
 #include "ServiceUnderTest.h"
 
 namespace {
@@ -72,6 +77,51 @@ TEST(ServiceLock, KeepsTheSixMethodsApart) {
     gMayLeave = true;
     for (auto& each : waiting) each.join();
     inside.join();
+}
+
+// Whether the descriptor of the file that somebody in this process has besides `own` is closed on
+// exec. Waits for it.
+bool isClosedOnExec(const std::string& path, int own) {
+    for (;; std::this_thread::sleep_for(1ms)) {
+        for (int fd = 0; fd < 100; ++fd) {
+            char target[100] = {};
+            const std::string link = "/proc/self/fd/" + std::to_string(fd);
+            if (::readlink(link.c_str(), target, sizeof(target) - 1) < 0) continue;
+            if (fd != own && path == target) return (::fcntl(fd, F_GETFD) & FD_CLOEXEC) != 0;
+        }
+    }
+}
+
+// Pipes in the place of files keep the service waiting with the file open.
+TEST(ServiceFiles, AreClosedWhenTheHostStartsAnotherProgram) {
+    ::signal(SIGPIPE, SIG_IGN);
+    LogCapture log;
+    const auto service = ndk::SharedRefBase::make<LumvndhalImpl>();
+    const std::string block(100000, '\n');
+    const std::string statistics = std::string("\0\1\x86\xa0", 4) + block;
+    bool truth = false;
+    int32_t number = 0;
+    LumvndhalGenericData data;
+    const std::pair<std::string, std::function<void()>> files[] = {
+            {"/data/vendor/lum/shared/1503/nwstats.tmp",
+             [&] { service->set_vnd_data("LUMNETSTATS", statistics, &number); }},
+            {"/data/vendor/lum/f",
+             [&] {
+                 service->write_data_to_vendor_dropbox("/f", {block.begin(), block.end()}, 100000,
+                                                       &truth);
+             }},
+            {"/vendor/firmware_mnt/verinfo/ver_info.txt",
+             [&] { service->get_vnd_data("BUILDID", &data, &number); }},
+    };
+    for (const auto& [path, call] : files) {
+        makeDirectories(path.substr(0, path.rfind('/')));
+        ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
+        const int end = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
+        std::thread caller(call);
+        EXPECT_TRUE(isClosedOnExec(path, end)) << path;
+        ::close(end);  // a reader finds the end, a writer an error
+        caller.join();
+    }
 }
 
 // --- What the stub does with requests that no proxy of ours would send.
