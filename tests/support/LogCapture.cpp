@@ -1,10 +1,5 @@
 #include "LogCapture.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <mutex>
 #include <utility>
@@ -16,7 +11,6 @@ constexpr char kTag[] = "LUM:lumvndhal_aidl";
 
 std::mutex gMutex;
 LogLines gLines;  // guarded by gMutex
-int gPipe = -1;
 
 bool isOurs(const __android_log_message* message) {
     return message->tag != nullptr && std::strcmp(message->tag, kTag) == 0;
@@ -26,13 +20,6 @@ void capture(const __android_log_message* message) {
     if (!isOurs(message)) return __android_log_stderr_logger(message);
     const std::lock_guard<std::mutex> lock(gMutex);
     gLines.push_back({message->priority, message->message});
-}
-
-// One record per line: the priority as a digit, the text, a NUL.
-void sendToPipe(const __android_log_message* message) {
-    if (!isOurs(message)) return __android_log_stderr_logger(message);
-    const std::string record = std::to_string(message->priority) + message->message;
-    if (::write(gPipe, record.c_str(), record.size() + 1) < 0) std::abort();
 }
 
 }  // namespace
@@ -54,34 +41,6 @@ LogCapture::~LogCapture() {
 LogLines LogCapture::take() {
     const std::lock_guard<std::mutex> lock(gMutex);
     return std::exchange(gLines, {});
-}
-
-LogPipe::LogPipe() {
-    if (::pipe2(mEnds, O_CLOEXEC | O_NONBLOCK) != 0) std::abort();
-}
-
-LogPipe::~LogPipe() {
-    ::close(mEnds[0]);
-    ::close(mEnds[1]);
-}
-
-void LogPipe::sendFromHere() const {
-    gPipe = mEnds[1];
-    __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
-    __android_log_set_logger(sendToPipe);
-}
-
-LogLines LogPipe::take() const {
-    std::string bytes;
-    char some[4096];
-    for (ssize_t n; (n = ::read(mEnds[0], some, sizeof(some))) > 0;) {
-        bytes.append(some, static_cast<size_t>(n));
-    }
-    LogLines lines;
-    for (size_t at = 0; at < bytes.size(); at = bytes.find('\0', at) + 1) {
-        lines.push_back({bytes[at] - '0', bytes.c_str() + at + 1});
-    }
-    return lines;
 }
 
 }  // namespace support

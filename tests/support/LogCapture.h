@@ -47,22 +47,4 @@ class LogCapture {
     LogLines take();
 };
 
-// The same for a process that is forked off: its lines go through a pipe to the parent.
-class LogPipe {
-  public:
-    LogPipe();
-    ~LogPipe();
-    LogPipe(const LogPipe&) = delete;
-    LogPipe& operator=(const LogPipe&) = delete;
-
-    // In the child: sends the service's lines from here on.
-    void sendFromHere() const;
-    // In the parent: the lines that have arrived since the last time. What the service logged
-    // before it answered a call has arrived when the call returns.
-    LogLines take() const;
-
-  private:
-    int mEnds[2];
-};
-
 }  // namespace support

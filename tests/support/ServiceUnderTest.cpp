@@ -17,9 +17,8 @@ std::shared_ptr<LumvndhalImpl> makeObject(void (*prepare)(LumvndhalImpl&)) {
     return object;
 }
 
-int serve(void (*prepare)(LumvndhalImpl&), const LogPipe& pipe) {
+int serve(void (*prepare)(LumvndhalImpl&)) {
     const auto object = makeObject(prepare);
-    pipe.sendFromHere();
     if (AServiceManager_addService(object->asBinder().get(), kInstance.c_str()) != EX_NONE) {
         return 1;
     }
@@ -39,15 +38,10 @@ ServiceUnderTest::ServiceUnderTest(From from, void (*prepare)(LumvndhalImpl&)) {
         mCapture = std::make_unique<LogCapture>();
         return;
     }
-    mPipe = std::make_unique<LogPipe>();
-    mChild = std::make_unique<ChildProcess>([&] { return serve(prepare, *mPipe); });
+    mChild = std::make_unique<ChildProcess>([&] { return serve(prepare); });
     const ndk::SpAIBinder binder(AServiceManager_waitForService(kInstance.c_str()));
     mInterface = ILumvndhal::fromBinder(binder);
     if (mInterface == nullptr) std::abort();
-}
-
-LogLines ServiceUnderTest::takeLog() {
-    return mCapture != nullptr ? mCapture->take() : mPipe->take();
 }
 
 }  // namespace support

@@ -23,22 +23,22 @@ inline std::ostream& operator<<(std::ostream& out, From from) {
     return out << nameOf(from);
 }
 
-// A service object to test, with the lines it logs. In kOtherProcess it lives in a forked process,
-// which `prepare` may set up before it serves; so it must be made before this process has threads.
+// A service object to test. In kSameProcess with the lines it logs, in kOtherProcess in a forked
+// process, which `prepare` may set up before it serves; so it must be made before this process has
+// threads.
 class ServiceUnderTest {
   public:
     explicit ServiceUnderTest(From from, void (*prepare)(LumvndhalImpl&) = nullptr);
 
     ILumvndhal* operator->() const { return mInterface.get(); }
-    // The service's lines since the last time.
-    LogLines takeLog();
+    // The service's lines since the last time. Only in kSameProcess.
+    LogLines takeLog() { return mCapture->take(); }
     // The process that the service lives in; 0 for this one.
     pid_t process() const { return mChild == nullptr ? 0 : mChild->pid(); }
 
   private:
     std::shared_ptr<ILumvndhal> mInterface;
     std::unique_ptr<LogCapture> mCapture;
-    std::unique_ptr<LogPipe> mPipe;
     std::unique_ptr<ChildProcess> mChild;
 };
 

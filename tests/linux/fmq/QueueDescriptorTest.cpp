@@ -2,6 +2,7 @@
 #include <android/log.h>
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -158,6 +159,23 @@ TEST(Queue, RefusesWhatIsNoSealedMemoryOfTheRightShape) {
         refused.change(desc);
         expectRefused(desc, refused.reason);
     }
+}
+
+TEST(Queue, IsNotValidAndDescribesNothingWhereDescriptorsAreUsedUp) {
+    Queue queue(100);
+    const Descriptor desc = goodDescriptor();
+    rlimit limit = {};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    const rlimit none = {0, limit.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
+    const bool made = Queue(100).isValid();
+    const bool attached = Queue(desc).isValid();
+    const Descriptor described = queue.dupeDesc();
+    setrlimit(RLIMIT_NOFILE, &limit);
+    EXPECT_FALSE(made || attached);
+    EXPECT_TRUE(described.grantors.empty() && described.handle.fds.empty());
+    EXPECT_EQ(described.quantum, 0);
+    EXPECT_EQ(queue.dupeDesc().handle.fds.size(), 1U);
 }
 
 TEST(Queue, RefusesARingThatHoldsPartOfAnElement) {

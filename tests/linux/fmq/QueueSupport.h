@@ -46,7 +46,7 @@ class RawView {
 
 // The same numbers in every run, so that a failure can be looked at again.
 inline uint64_t anyNumber() {
-    static std::mt19937_64 engine{1};  // NOLINT(cert-msc32-c,cert-msc51-cpp): see above
+    static std::mt19937_64 engine{1};
     return engine();
 }
 
