@@ -1,7 +1,8 @@
 // Many clients that call at once, each a process with one connection: get_vnd_data with a word that
 // the service does not know. The floor: as many processes on plain unix sockets, with a thread for
 // each at the other end that answers with the same bytes.
-//   load_bench [--quick] [CLIENTS...]     a row for each number of clients
+//   load_bench [--quick] [WORD...]        a row for each of the usual numbers of clients
+//   load_bench --clients COUNT...         a row for each of these
 //   load_bench --connections COUNT        opens connections until one is refused, or COUNT; says
 //   how
 //                                         many, and holds them until its standard input ends
@@ -213,9 +214,15 @@ int main(int argc, char** argv) {
         holdConnections(std::strtoul(argv[2], nullptr, 10));
         return 0;
     }
-    bench::readOptions(argc, argv);
+    std::vector<size_t> counts(std::begin(kCounts), std::end(kCounts));
+    if (argc >= 3 && std::string(argv[1]) == "--clients") {
+        counts.clear();
+        for (int i = 2; i < argc; ++i) counts.push_back(std::strtoul(argv[i], nullptr, 10));
+    } else {
+        bench::readOptions(argc, argv);
+    }
     const Worker serving([] { bench::serve(-1); });
-    for (const size_t clients : kCounts) {
+    for (const size_t clients : counts) {
         if (bench::wants(kGroup, name(clients))) measureClients(clients);
     }
     return 0;
