@@ -10,7 +10,7 @@ namespace aidl::vendor::tav::lumvndhal_aidl {
 class BnLumvndhal : public ::ndk::BnCInterface<ILumvndhal> {
   public:
     BnLumvndhal();
-    virtual ~BnLumvndhal();
+    ~BnLumvndhal() override;
     ::ndk::ScopedAStatus getInterfaceVersion(int32_t*) final;
     ::ndk::ScopedAStatus getInterfaceHash(std::string*) final;
 

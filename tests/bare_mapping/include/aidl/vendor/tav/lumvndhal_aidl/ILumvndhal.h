@@ -17,7 +17,7 @@ class ILumvndhal : public ::ndk::ICInterface {
   public:
     static const char* descriptor;
     static inline const int32_t version = 1;
-    static inline const std::string hash = "";
+    static inline const std::string hash;
     static constexpr uint32_t TRANSACTION_configure = FIRST_CALL_TRANSACTION + 0;
     static constexpr uint32_t TRANSACTION_request_read = FIRST_CALL_TRANSACTION + 1;
     static constexpr uint32_t TRANSACTION_get_vnd_data = FIRST_CALL_TRANSACTION + 2;

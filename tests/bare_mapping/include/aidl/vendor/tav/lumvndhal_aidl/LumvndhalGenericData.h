@@ -11,7 +11,7 @@ namespace aidl::vendor::tav::lumvndhal_aidl {
 
 class LumvndhalGenericData {
   public:
-    typedef std::false_type fixed_size;
+    using fixed_size = std::false_type;
     static const char* descriptor;
     int32_t data_size = 0;
     std::string data;
