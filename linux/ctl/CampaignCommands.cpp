@@ -1,3 +1,5 @@
+#include <charconv>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -9,6 +11,17 @@
 #include "Words.h"
 
 namespace lumctl {
+namespace {
+
+// A module that the service took is a number, whatever zeros stand in front of it.
+Json numberOrText(const std::string& module) {
+    uint32_t number = 0;
+    const char* const end = module.data() + module.size();
+    const auto [at, error] = std::from_chars(module.data(), end, number);
+    return error == std::errc() && at == end ? Json(number) : Json(module);
+}
+
+}  // namespace
 
 Report switchCampaign(const Session& session, const std::string& word, const std::string& key,
                       const std::vector<std::string>& collectors) {
@@ -29,20 +42,20 @@ Report switchModule(const Session& session, const std::string& word, const std::
         throw Failure(kRefused, "the service refused module " + inQuotes(module) +
                                         ": give it a number from 0 to 2147483647, digits alone");
     }
-    return {{{"command", word}, {"module", module}},
+    return {{{"command", word}, {"module", numberOrText(module)}},
             word + " " + printable(module) + " was handed over\n"};
 }
 
 Report moduleStatus(const Session& session, const std::string& module) {
     const std::string query = packModuleQuery(module);
     Client client = session.connect();
-    const std::string status = ask(client, query);
-    return {{{"module", module}, {"status", status}}, status + "\n"};
+    const std::string status = ask(&client, query);
+    return {{{"module", numberOrText(module)}, {"status", status}}, status + "\n"};
 }
 
 Report collectors(const Session& session) {
     Client client = session.connect();
-    return collectorsReport(ask(client, "collectorsState"));
+    return collectorsReport(ask(&client, "collectorsState"));
 }
 
 }  // namespace lumctl

@@ -1,75 +1,12 @@
 #include "Client.h"
 
 #include <android/binder_manager.h>
-#include <sys/stat.h>
 
-#include <cerrno>
-#include <cstdlib>
-#include <cstring>
-
+#include "Device.h"
 #include "Failure.h"
 #include "Text.h"
 
 namespace lumctl {
-namespace {
-
-constexpr char kRootVariable[] = "ANDROID_DEVICE_ROOT";
-constexpr char kEndpoints[] = "/dev/socket/binder";
-
-std::string serviceName(const std::string& instance) {
-    return std::string(ILumvndhal::descriptor) + "/" + instance;
-}
-
-const char* rootName() {
-    const char* root = std::getenv(kRootVariable);
-    return root == nullptr ? "" : root;
-}
-
-std::string howToStart(const std::string& instance) {
-    if (*rootName() == '\0') return "name the device root that it runs in with --root";
-    return "start it with linux/root/run --root " + inQuotes(rootName()) +
-           " -- vendor.tav.lumvndhal_aidl-service" +
-           (instance == "default" ? "" : " --instance " + inQuotes(instance)) +
-           ", or with ./dev service in the root of ./dev ctl";
-}
-
-Failure noService(const std::string& instance) {
-    const bool declared = AServiceManager_isDeclared(serviceName(instance).c_str());
-    const std::string what = declared ? " does not answer (it was killed, or does not admit you): "
-                                      : " is not running: ";
-    return {kNotReached, "the service " + inQuotes(instance) + " in " + placeName() + what +
-                                 howToStart(instance)};
-}
-
-bool isDirectory(const std::string& path) {
-    struct stat status = {};
-    return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-}
-
-}  // namespace
-
-std::string placeName() {
-    return *rootName() == '\0' ? "this device" : "the device root " + inQuotes(rootName());
-}
-
-std::string onDevice(const std::string& path) {
-    return rootName() + path;
-}
-
-void useDeviceRoot(const std::string& directory) {
-    const std::unique_ptr<char, void (*)(void*)> path(::realpath(directory.c_str(), nullptr),
-                                                      std::free);
-    if (path == nullptr) {
-        throw Failure(kUsage, "there is no device root " + inQuotes(directory) + " (" +
-                                      std::strerror(errno) + "): name an existing one");
-    }
-    if (!isDirectory(std::string(path.get()) + kEndpoints)) {
-        throw Failure(kUsage, inQuotes(directory) + " is no device root: it has no " +
-                                      (kEndpoints + 1) + "; linux/root/new-root makes one");
-    }
-    ::setenv(kRootVariable, path.get(), 1);
-}
-
 Client::Client(const std::string& instance) : mInstance(instance) {
     const ::ndk::SpAIBinder binder(AServiceManager_checkService(serviceName(instance).c_str()));
     if (binder.get() == nullptr) throw noService(instance);
@@ -121,10 +58,14 @@ int32_t Client::updateDropbox(const std::string& path, bool create) {
     return result;
 }
 
-bool Client::writeFile(const std::string& path, const std::vector<uint8_t>& data) {
+// Making "x/." finds the directory x there, or no directory to make it in.
+bool Client::isDirectory(const std::string& path) {
+    return updateDropbox(path + "/.", true) == 0;
+}
+
+bool Client::writeFile(const std::string& path, const std::vector<uint8_t>& data, int32_t length) {
     bool written = false;
-    expectDelivered(mService->write_data_to_vendor_dropbox(
-            path, data, static_cast<int32_t>(data.size()), &written));
+    expectDelivered(mService->write_data_to_vendor_dropbox(path, data, length, &written));
     return written;
 }
 

@@ -17,16 +17,6 @@ using ::aidl::vendor::tav::lumvndhal_aidl::LumvndhalGenericData;
 using ByteQueueDescriptor = ::aidl::android::hardware::common::fmq::MQDescriptor<
         int8_t, ::aidl::android::hardware::common::fmq::SynchronizedReadWrite>;
 
-// Where instances are looked for, for people: "the device root '/x'" or "this device".
-std::string placeName();
-
-// Where `path` of that device is for this process.
-std::string onDevice(const std::string& path);
-
-// Makes instances be looked for in the device root in `directory`. To be called before the first
-// instance is looked for. Failure kUsage when it is no device root.
-void useDeviceRoot(const std::string& directory);
-
 struct Answer {
     int32_t result = 0;
     LumvndhalGenericData data;
@@ -44,7 +34,9 @@ class Client {
     std::string interfaceHash();
 
     int32_t updateDropbox(const std::string& path, bool create);
-    bool writeFile(const std::string& path, const std::vector<uint8_t>& data);
+    // Asks by a call that changes nothing whether there is a directory.
+    bool isDirectory(const std::string& path);
+    bool writeFile(const std::string& path, const std::vector<uint8_t>& data, int32_t length);
     bool configure(const ByteQueueDescriptor& descriptor);
     bool requestRead(const std::string& path, int32_t count);
     Answer get(const std::string& command);

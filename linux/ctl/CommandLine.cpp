@@ -1,14 +1,16 @@
 #include "CommandLine.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstdio>
 #include <exception>
-#include <iostream>
 #include <string>
+#include <string_view>
 
 #include "Failure.h"
+#include "Help.h"
 #include "Session.h"
 #include "Subcommands.h"
-#include "Text.h"
 
 namespace lumctl {
 namespace {
@@ -17,6 +19,7 @@ constexpr char kExamples[] =
         "Examples:\n"
         "  lumctl list                              which instances are there\n"
         "  lumctl --root /tmp/root info             facts of the device in that root\n"
+        "  lumctl doctor                            what is wrong, and what to do\n"
         "  lumctl mkdir -p /traces/today            a directory in the dropbox\n"
         "  lumctl put trace.bin /traces/today/1     a file in it\n"
         "  tar c logs | lumctl put - /traces/logs   the same from a pipe\n"
@@ -26,78 +29,79 @@ constexpr char kExamples[] =
         "Exit status: 0 done; 1 the service refused; 2 wrong usage, nothing was sent;\n"
         "3 no service, or the call or its result did not get through.";
 
-std::string versionText() {
-    return "lumctl " LUMCTL_VERSION " (interface version " + std::to_string(ILumvndhal::version) +
-           ", hash " + ILumvndhal::hash + ")";
-}
-
-void addCommonOptions(CLI::App& app, Session& session) {
-    app.name("lumctl");
-    app.description("Talks to the vendor service vendor.tav.lumvndhal_aidl.ILumvndhal.");
-    app.footer("The options of lumctl itself work here too: see lumctl --help.");
-    app.add_option("--root", session.root, "Call into the device root in DIR")
+void addCommonOptions(CLI::App* app, Session* session) {
+    app->name("lumctl");
+    app->description("Talks to the vendor service vendor.tav.lumvndhal_aidl.ILumvndhal.");
+    app->add_option("--root", session->root, "Call into the device root in DIR")
             ->type_name("DIR")
-            ->take_last();
-    app.add_option("--instance", session.instance, "Instance to call (default: default)")
+            ->take_last()
+            ->group(kCommonOptions);
+    app->add_option("--instance", session->instance, "Instance to call (default: default)")
             ->type_name("NAME")
-            ->take_last();
-    app.add_flag("--json", session.json, "Print the result as JSON");
-    app.set_version_flag("--version", versionText());
-    app.require_subcommand(1);
-    app.fallthrough();  // the common options may also stand behind a subcommand
+            ->take_last()
+            ->group(kCommonOptions);
+    app->add_flag("--json", session->json, "Print the result, or the failure, as a line of JSON")
+            ->group(kCommonOptions);
+    app->set_version_flag("--version", "");
+    app->require_subcommand(1);
+    app->fallthrough();  // the common options may also stand behind a subcommand
 }
 
-// The subcommand that the command line got to, as a person types it.
-std::string reachedCommand(const CLI::App& app) {
-    std::string name = app.get_name();
-    for (const CLI::App* at = &app; !at->get_subcommands().empty();) {
-        at = at->get_subcommands().front();
-        name += " " + at->get_name();
-    }
-    return name;
+// A command line that cannot be understood is answered as was asked for all the same.
+bool asksForJson(int argc, char** argv) {
+    char** const end = std::find(argv, argv + argc, std::string_view("--"));
+    return std::find(argv, end, std::string_view("--json")) != end;
 }
 
-int fail(ExitStatus status, const std::string& sentence) {
-    std::cerr << "lumctl: " + printable(sentence) + "\n";
-    return status;
-}
-
-int wrongUsage(const CLI::App& app, const CLI::ParseError& error) {
-    const std::string command = reachedCommand(app);
-    // Without a subcommand, what is left over is the word that was meant to be one.
-    const std::vector<std::string> rest = app.remaining(true);
-    const bool unknown = dynamic_cast<const CLI::RequiredError*>(&error) != nullptr &&
-                         !rest.empty() && rest.front() != "--";
-    return fail(kUsage, (unknown ? "there is no " + inQuotes(rest.front()) : error.what()) +
-                                "; see " + command + " --help");
-}
-
-int parseAndRun(CLI::App& app, int argc, char** argv) {
+Report parseAndRun(int argc, char** argv, Session* session) {
+    CLI::App app;
+    Command command;
+    shapeHelp(&app);
+    addCommonOptions(&app, session);
+    addSubcommands(&app, &command);
+    app.footer(kExamples);
     try {
         app.parse(argc, argv);
-        return kDone;
+    } catch (const CLI::CallForVersion&) {
+        return versionReport();
+    } catch (const CLI::CallForHelp&) {
+        return helpOf(app);
     } catch (const CLI::ParseError& error) {
-        // Asked-for help and version arrive here as well.
-        return error.get_exit_code() == 0 ? app.exit(error) : wrongUsage(app, error);
+        throw Failure(kUsage, whatIsWrong(app, error));
     }
+    return command(*session);
+}
+
+int finish(const Session& session, const Report& report) {
+    const std::string text = outputOf(session, report);
+    const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
+    if (written && std::fflush(stdout) == 0) return report.status;
+    throw Failure(kNotReached,
+                  "the call was made, but its result could not be written: look at "
+                  "where standard output goes");
+}
+
+int fail(const Session& session, ExitStatus status, const std::string& sentence) {
+    std::fputs(errorLine(sentence).c_str(), stderr);
+    std::fputs(errorOutput(session, status, sentence).c_str(), stdout);
+    return status;
 }
 
 }  // namespace
 
 int run(int argc, char** argv) {
+    Session session;
+    session.json = asksForJson(argc, argv);
     try {
-        Session session;
-        CLI::App app;
-        addCommonOptions(app, session);
-        addSubcommands(app, session);
-        app.footer(kExamples);
-        return parseAndRun(app, argc, argv);
+        return finish(session, parseAndRun(argc, argv, &session));
     } catch (const Failure& failure) {
-        return fail(failure.status(), failure.what());
+        return fail(session, failure.status(), failure.what());
     } catch (const std::bad_alloc&) {
-        return fail(kUsage, "there is not enough memory: free some, or use a smaller file");
+        return fail(session, kUsage,
+                    "there is not enough memory: free some, or use a smaller file");
     } catch (const std::exception& error) {
-        return fail(kNotReached, std::string(error.what()) + ": this is a fault of lumctl itself");
+        return fail(session, kNotReached,
+                    std::string(error.what()) + ": this is a fault of lumctl itself");
     }
 }
 

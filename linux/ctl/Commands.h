@@ -7,19 +7,27 @@
 #include "Session.h"
 
 // What the subcommands do. Each function checks its arguments, makes its calls and returns what is
-// to be shown; whatever stands in the way is a Failure.
+// to be shown; what goes wrong is a Failure.
 
 namespace lumctl {
 
 // InstanceCommands.cpp
 Report list(const Session& session);
 Report ping(const Session& session, unsigned count);
+Report wait(const Session& session, double seconds);
+
+// DoctorCommand.cpp
+Report doctor(const Session& session);
 
 // DropboxCommands.cpp
 Report makeDirectory(const Session& session, const std::string& path, bool parents);
 Report removeTree(const Session& session, const std::string& path, bool all);
 Report put(const Session& session, const std::string& file, const std::string& path,
            Transport wanted);
+
+// TreeCommand.cpp
+Report putTree(const Session& session, const std::string& directory, const std::string& path,
+               Transport wanted);
 
 // FactCommands.cpp
 Report info(const Session& session);
@@ -38,5 +46,9 @@ Report collectors(const Session& session);
 Report storeStatistics(const Session& session, const std::string& file);
 Report getWord(const Session& session, const std::string& word);
 Report setWord(const Session& session, const std::string& word, const std::string& parameter);
+
+// CallCommand.cpp
+Report callMethod(const Session& session, const std::string& method,
+                  const std::vector<std::string>& arguments);
 
 }  // namespace lumctl

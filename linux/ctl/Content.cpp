@@ -1,12 +1,14 @@
 #include "Content.h"
 
 #include <fcntl.h>
+#include <sys/sendfile.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 #include "Failure.h"
 #include "Text.h"
@@ -22,7 +24,7 @@ Content::Content(const std::string& name, uint64_t limit) : mName(name) {
     open();
     struct stat status = {};
     if (::fstat(mFd, &status) != 0) fail(std::strerror(errno));
-    if (S_ISDIR(status.st_mode)) fail("it is a directory");
+    if (S_ISDIR(status.st_mode)) fail("it is a directory; put -r takes one");
     // Standard input may stand in the middle of a file; files of /proc claim to be empty.
     if (S_ISREG(status.st_mode) && status.st_size > 0 && mFd != STDIN_FILENO) {
         mSize = static_cast<uint64_t>(status.st_size);
@@ -30,6 +32,9 @@ Content::Content(const std::string& name, uint64_t limit) : mName(name) {
         readToEnd(limit);
     }
 }
+
+Content::Content(std::vector<uint8_t> bytes)
+    : mSize(bytes.size()), mInMemory(true), mBytes(std::move(bytes)) {}
 
 Content::~Content() {
     if (mFd > STDIN_FILENO) ::close(mFd);
@@ -67,6 +72,17 @@ void Content::read(uint64_t offset, void* target, size_t count) const {
         offset += static_cast<uint64_t>(done);
         count -= static_cast<size_t>(done);
     }
+}
+
+bool Content::send(uint64_t offset, int target, uint64_t position, size_t count) const {
+    auto from = static_cast<off_t>(offset);
+    const auto to = static_cast<off_t>(position);
+    if (mInMemory || ::lseek(target, to, SEEK_SET) != to) return false;
+    const off_t end = from + static_cast<off_t>(count);
+    while (from < end) {
+        if (::sendfile(target, mFd, &from, static_cast<size_t>(end - from)) <= 0) return false;
+    }
+    return true;
 }
 
 std::vector<uint8_t> Content::whole() const {

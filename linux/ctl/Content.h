@@ -15,6 +15,8 @@ class Content {
   public:
     // `limit` is the most bytes that the caller can use: more than one byte beyond it is not read.
     Content(const std::string& name, uint64_t limit);
+    // Bytes that are at hand already.
+    explicit Content(std::vector<uint8_t> bytes);
     ~Content();
     Content(const Content&) = delete;
     Content& operator=(const Content&) = delete;
@@ -23,6 +25,9 @@ class Content {
     uint64_t size() const { return mSize; }
     // Copies `count` bytes from `offset` on, which must lie inside.
     void read(uint64_t offset, void* target, size_t count) const;
+    // Has the kernel copy them into the file `target`, at `position`. False when it cannot: then
+    // they have to be read.
+    bool send(uint64_t offset, int target, uint64_t position, size_t count) const;
     // All bytes.
     std::vector<uint8_t> whole() const;
 

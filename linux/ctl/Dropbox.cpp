@@ -1,7 +1,10 @@
 #include "Dropbox.h"
 
-#include <sstream>
+#include <algorithm>
+#include <optional>
+#include <string_view>
 
+#include "Device.h"
 #include "Text.h"
 
 namespace lumctl {
@@ -11,16 +14,13 @@ bool climbs(const std::string& path) {
     return path.find("..") != std::string::npos;
 }
 
-Failure climbing(const std::string& path) {
-    return {kRefused,
-            "the service refused " + inQuotes(path) + ": a path must not contain '..' anywhere"};
-}
-
-std::vector<std::string> namesOf(const std::string& path) {
+std::vector<std::string> namesOf(std::string_view path) {
     std::vector<std::string> names;
-    std::istringstream stream(path);
-    for (std::string name; std::getline(stream, name, '/');) {
-        if (!name.empty() && name != ".") names.push_back(name);
+    while (!path.empty()) {
+        const size_t length = std::min(path.find('/'), path.size());
+        const std::string_view name = path.substr(0, length);
+        if (!name.empty() && name != ".") names.emplace_back(name);
+        path.remove_prefix(std::min(length + 1, path.size()));
     }
     return names;
 }
@@ -33,10 +33,23 @@ std::string parentOf(const std::string& path) {
     return parent;
 }
 
-std::string howToMake(const std::string& directory) {
-    return directory.empty() ? "the dropbox itself is missing (lumctl mkdir / makes it)"
-                             : inQuotes(directory) + " is missing (lumctl mkdir -p " +
-                                       inQuotes(directory) + " makes it)";
+std::string whatParentLacks(const std::string& parent) {
+    if (parent.empty()) return "the dropbox itself is missing; lumctl mkdir / makes it";
+    if (isSeenAsFile(parent)) return inQuotes(parent) + " is a file; use another path";
+    return inQuotes(parent) + " is no directory; lumctl mkdir -p " + inQuotes(parent) +
+           " makes it unless a file is in its place";
+}
+
+std::string likelyReason(const std::string& path, uint64_t size) {
+    const std::optional<uint64_t> free = freeBytesAt(path);
+    if (!free) return "most likely the disk is full, or the service may not write there";
+    const std::string left = byteCount(static_cast<double>(*free)) + " are free";
+    return *free < size ? "most likely the disk is full: " + left
+                        : "most likely it may not write there (" + left + " on the disk)";
+}
+
+Failure refused(const std::string& what, const std::string& path, const std::string& reason) {
+    return {kRefused, "the service could not " + what + " " + inQuotes(path) + ": " + reason};
 }
 
 }  // namespace
@@ -56,31 +69,32 @@ bool isWholeDropbox(const std::string& path) {
     return namesOf(path).empty();
 }
 
-Failure notMade(const std::string& path, bool parentsMade) {
-    if (climbs(path)) return climbing(path);
-    const std::string parent = parentOf(path);
-    std::string reason = "most likely " + howToMake(parent);
+Failure whyNotMade(Client* client, const std::string& path) {
+    if (climbs(path)) return whyNotRemoved(path);
     if (isWholeDropbox(path)) {
-        reason = "see whether /data/vendor is there and the service may write to it";
-    } else if (parentsMade && !parent.empty()) {
-        reason = "most likely " + inQuotes(parent) + " is a file: use another path";
+        return refused("make", path, "see that /data/vendor is there and it may write to it");
     }
-    return {kRefused, "the service could not make " + inQuotes(path) + ": " + reason};
+    const std::string parent = parentOf(path);
+    const bool canBeThere = client->isDirectory(parent);
+    return refused("make", path, canBeThere ? likelyReason(path, 1) : whatParentLacks(parent));
 }
 
-Failure notRemoved(const std::string& path) {
-    return climbing(path);
+Failure whyNotStored(Client* client, const std::string& path, uint64_t size) {
+    if (climbs(path)) return whyNotRemoved(path);
+    const std::string parent = parentOf(path);
+    if (!client->isDirectory(parent)) return refused("store", path, whatParentLacks(parent));
+    if (path.back() == '/' || client->isDirectory(path)) {
+        return refused("store", path,
+                       "that is a directory's name; add the file's, as in " +
+                               inQuotes(path + (path.back() == '/' ? "NAME" : "/NAME")));
+    }
+    return refused("store", path, likelyReason(path, size));
 }
 
-Failure notStored(const std::string& path) {
-    if (climbs(path)) return climbing(path);
-    if (path.back() == '/') {
-        return {kRefused, "the service could not store " + inQuotes(path) +
-                                  ": a directory is no file, add the file's name"};
-    }
-    return {kRefused, "the service could not store " + inQuotes(path) + ": most likely " +
-                              howToMake(parentOf(path)) + ", or " + inQuotes(path) +
-                              " is a directory, or the disk is full"};
+// All that the service refuses to remove, whatever is there.
+Failure whyNotRemoved(const std::string& path) {
+    return {kRefused,
+            "the service refused " + inQuotes(path) + ": a path must not contain '..' anywhere"};
 }
 
 }  // namespace lumctl

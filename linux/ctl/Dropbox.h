@@ -1,8 +1,10 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
+#include "Client.h"
 #include "Failure.h"
 
 // What lumctl knows about dropbox paths. Whether one is allowed is for the service to say.
@@ -16,10 +18,10 @@ std::vector<std::string> withParents(const std::string& path);
 // Whether removing `path` removes everything.
 bool isWholeDropbox(const std::string& path);
 
-// The failures that the service answers without a reason, with the likely one. `parentsMade`: what
-// is above the path was made, or was there as whatever it is.
-Failure notMade(const std::string& path, bool parentsMade);
-Failure notRemoved(const std::string& path);
-Failure notStored(const std::string& path);
+// The service gives no reasons. These ask it what is there, and say what is known; a reason that is
+// only likely is called so.
+Failure whyNotMade(Client* client, const std::string& path);
+Failure whyNotStored(Client* client, const std::string& path, uint64_t size);
+Failure whyNotRemoved(const std::string& path);
 
 }  // namespace lumctl

@@ -4,32 +4,38 @@
 
 #include "Commands.h"
 #include "Content.h"
+#include "Device.h"
 #include "Dropbox.h"
 #include "Failure.h"
-#include "Limits.h"
 #include "Packing.h"
+#include "Storing.h"
 #include "Text.h"
-#include "Transfer.h"
 
 namespace lumctl {
 namespace {
 
-bool store(Client& client, const std::string& path, Transport transport, const Content& content) {
-    return transport == Transport::kCall ? client.writeFile(path, content.whole())
-                                         : storeThroughQueue(client, path, content);
+Failure noDirectory(const std::string& path) {
+    return {kRefused, isSeenAsFile(path)
+                              ? inQuotes(path) +
+                                        " is a file, and the service removes directories alone: "
+                                        "remove the one it is in, or store over it"
+                              : "the service finds no directory " + inQuotes(path) +
+                                        ": there is nothing, or a file"};
 }
 
-Report stored(const std::string& path, Transport transport, uint64_t size, double seconds) {
-    const double rate = seconds > 0 ? static_cast<double>(size) / seconds : 0;
-    const std::string via = transport == Transport::kCall ? "call" : "queue";
-    Report report;
-    report.json = {{"path", path},
-                   {"bytes", size},
-                   {"via", via},
-                   {"seconds", seconds},
-                   {"bytes_per_second", rate}};
-    report.text = printable(path) + ": " + std::to_string(size) + " bytes through the " + via +
-                  " in " + duration(seconds) + " (" + byteCount(rate) + "/s)\n";
+Report removed(Client* client, const std::string& path) {
+    const bool isLeft = client->isDirectory(path);
+    if (isLeft && !isWholeDropbox(path)) {
+        throw Failure(kRefused, inQuotes(path) +
+                                        " is still there: something in it could not be "
+                                        "removed, or came back meanwhile");
+    }
+    Report report{Json::object({{"path", path}, {"removed", !isLeft}}),
+                  printable(path) + " is removed\n"};
+    if (isLeft) report.text = "The dropbox was emptied, as far as could be; itself it stays\n";
+    if (!isLeft && isWholeDropbox(path)) {
+        report.text = "The dropbox is removed; lumctl mkdir / makes it again\n";
+    }
     return report;
 }
 
@@ -38,9 +44,7 @@ Report stored(const std::string& path, Transport transport, uint64_t size, doubl
 Report makeDirectory(const Session& session, const std::string& path, bool parents) {
     requirePath(path);
     Client client = session.connect();
-    for (const std::string& step : parents ? withParents(path) : std::vector<std::string>{path}) {
-        if (client.updateDropbox(step, true) != 0) throw notMade(step, parents);
-    }
+    makeDirectories(&client, path, parents);
     return {Json::object({{"path", path}}), printable(path) + " is there\n"};
 }
 
@@ -50,21 +54,29 @@ Report removeTree(const Session& session, const std::string& path, bool all) {
         throw Failure(kUsage, inQuotes(path) + " is the whole dropbox: say --all to remove it");
     }
     Client client = session.connect();
-    if (client.updateDropbox(path, false) != 0) throw notRemoved(path);
-    return {Json::object({{"path", path}}),
-            printable(path) + ": whatever could be removed is gone\n"};
+    const bool wasThere = client.isDirectory(path);
+    if (client.updateDropbox(path, false) != 0) throw whyNotRemoved(path);
+    if (!wasThere) throw noDirectory(path);
+    return removed(&client, path);
 }
 
 Report put(const Session& session, const std::string& file, const std::string& path,
            Transport wanted) {
     requirePath(path);
     const Content content(file, maxFileSize(wanted, path));
-    const Transport transport = chooseTransport(wanted, path, content.size());
+    chooseTransport(wanted, path, content.size());  // before anything is sent
     Client client = session.connect();
     const auto start = std::chrono::steady_clock::now();
-    if (!store(client, path, transport, content)) throw notStored(path);
+    const std::string via = nameOf(store(session, &client, path, wanted, content));
     const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
-    return stored(path, transport, content.size(), time.count());
+    const double rate = static_cast<double>(content.size()) / time.count();
+    return {{{"path", path},
+             {"bytes", content.size()},
+             {"via", via},
+             {"seconds", time.count()},
+             {"bytes_per_second", rate}},
+            printable(path) + ": " + std::to_string(content.size()) + " bytes through the " + via +
+                    " in " + duration(time.count()) + " (" + byteCount(rate) + "/s)\n"};
 }
 
 }  // namespace lumctl

@@ -32,7 +32,7 @@ Json chipsetJson(const std::string& text) {
 }
 
 // A device without a build identifier has its other facts all the same.
-std::optional<std::string> buildIdOf(Client& client) {
+std::optional<std::string> buildIdOf(Client* client) {
     try {
         return ask(client, kBuildId);
     } catch (const Failure& failure) {
@@ -43,7 +43,7 @@ std::optional<std::string> buildIdOf(Client& client) {
 
 Report fact(const Session& session, const char* word, const char* name) {
     Client client = session.connect();
-    const std::string text = ask(client, word);
+    const std::string text = ask(&client, word);
     return {Json::object({{name, text}}), text + "\n"};
 }
 
@@ -51,9 +51,9 @@ Report fact(const Session& session, const char* word, const char* name) {
 
 Report info(const Session& session) {
     Client client = session.connect();
-    const std::optional<std::string> buildId = buildIdOf(client);
-    const std::string version = ask(client, kVersion);
-    const std::string text = ask(client, kChipset);
+    const std::optional<std::string> buildId = buildIdOf(&client);
+    const std::string version = ask(&client, kVersion);
+    const std::string text = ask(&client, kChipset);
     const Chipset chipset = splitChipset(text);
     Report report;
     report.json = {{"build_id", buildId ? Json(*buildId) : Json(nullptr)},
@@ -76,7 +76,7 @@ Report version(const Session& session) {
 
 Report chipset(const Session& session) {
     Client client = session.connect();
-    const std::string text = ask(client, kChipset);
+    const std::string text = ask(&client, kChipset);
     return {chipsetJson(text), text + "\n"};
 }
 

@@ -2,21 +2,28 @@
 
 #include <algorithm>
 #include <chrono>
+#include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "Commands.h"
+#include "Device.h"
 #include "Failure.h"
 #include "Text.h"
 
 namespace lumctl {
 namespace {
 
+using Clock = std::chrono::steady_clock;
+using Seconds = std::chrono::duration<double>;
+constexpr auto kLookAgain = std::chrono::milliseconds(20);
+
 void collectName(const char* instance, void* names) {
     static_cast<std::vector<std::string>*>(names)->emplace_back(instance);
 }
 
-bool isRunning(const std::string& instance) {
+bool answers(const std::string& instance) {
     try {
         Client(instance).ping();
         return true;
@@ -25,14 +32,21 @@ bool isRunning(const std::string& instance) {
     }
 }
 
-using Seconds = std::chrono::duration<double>;
+// A declared instance need not run: on a device the manifest names it, elsewhere a service that was
+// killed leaves its endpoint behind.
+std::string stateOfInstance(const std::string& instance) {
+    const std::optional<Absence> absence = absenceOf(instance);
+    if (absence == Absence::kLeftBehind) return "left behind";
+    if (absence) return stateOf(*absence);
+    return answers(instance) ? "running" : "does not answer";
+}
 
-std::vector<double> roundTrips(Client& client, unsigned count) {
+std::vector<double> roundTrips(Client* client, unsigned count) {
     std::vector<double> times;
     for (unsigned i = 0; i < count; ++i) {
-        const auto start = std::chrono::steady_clock::now();
-        client.ping();
-        times.push_back(Seconds(std::chrono::steady_clock::now() - start).count());
+        const auto start = Clock::now();
+        client->ping();
+        times.push_back(Seconds(Clock::now() - start).count());
     }
     std::sort(times.begin(), times.end());
     return times;
@@ -40,8 +54,6 @@ std::vector<double> roundTrips(Client& client, unsigned count) {
 
 }  // namespace
 
-// A declared instance need not run: on a device the manifest names it, elsewhere a service that was
-// killed leaves its endpoint behind.
 Report list(const Session& session) {
     session.enterDevice();
     std::vector<std::string> names;
@@ -49,13 +61,12 @@ Report list(const Session& session) {
     Report report{Json::array(), ""};
     std::vector<Row> rows{{"INSTANCE", "STATE"}};
     for (const std::string& name : names) {
-        const bool running = isRunning(name);
-        report.json.push_back({{"instance", name}, {"running", running}});
-        rows.push_back({printable(name), running ? "running" : "left behind"});
+        const std::string state = stateOfInstance(name);
+        report.json.push_back(
+                {{"instance", name}, {"running", state == "running"}, {"state", state}});
+        rows.push_back({printable(name), state});
     }
-    report.text = names.empty() ? "There is no instance in " + placeName() +
-                                          "; ./dev service starts one.\n"
-                                : table(rows);
+    report.text = names.empty() ? "There is no instance in " + placeName() + ".\n" : table(rows);
     return report;
 }
 
@@ -63,7 +74,7 @@ Report ping(const Session& session, unsigned count) {
     Client client = session.connect();
     const int32_t version = client.interfaceVersion();
     const std::string hash = client.interfaceHash();
-    const std::vector<double> times = roundTrips(client, count);
+    const std::vector<double> times = roundTrips(&client, count);
     const double median = times[times.size() / 2];
     const bool same = hash == ILumvndhal::hash;
     Report report;
@@ -80,6 +91,18 @@ Report ping(const Session& session, unsigned count) {
                    {"round trip", "at best " + duration(times.front()) + ", median " +
                                           duration(median) + ", of " + std::to_string(count)}});
     return report;
+}
+
+Report wait(const Session& session, double seconds) {
+    session.enterDevice();
+    const auto start = Clock::now();
+    while (!answers(session.instance)) {
+        if (Seconds(Clock::now() - start).count() >= seconds) throw noService(session.instance);
+        std::this_thread::sleep_for(kLookAgain);
+    }
+    const double time = Seconds(Clock::now() - start).count();
+    return {{{"instance", session.instance}, {"seconds", time}},
+            printable(session.instance) + " answers after " + duration(time) + "\n"};
 }
 
 }  // namespace lumctl

@@ -1,8 +1,11 @@
 #include "Packing.h"
 
+#include <algorithm>
+#include <climits>
 #include <cstddef>
 #include <cstdint>
 
+#include "Device.h"
 #include "Text.h"
 #include "Utf8.h"
 
@@ -60,6 +63,24 @@ void requireName(const std::string& what, const std::string& name, std::string_v
                                   "', which separates fields on the way: use names without it");
 }
 
+// What file systems take, the dropbox's own name included; and lumctl asks about "PATH/.".
+constexpr size_t kMaxPath = PATH_MAX - sizeof(kDropbox) - 2;
+
+size_t longestName(std::string_view path) {
+    size_t longest = 0;
+    size_t length = 0;
+    for (const char character : path) {
+        length = character == '/' ? 0 : length + 1;
+        longest = std::max(longest, length);
+    }
+    return longest;
+}
+
+Failure tooLong(const std::string& what, size_t size, size_t most) {
+    return {kUsage, "the " + what + " has " + std::to_string(size) + " bytes, but at most " +
+                            std::to_string(most) + " are possible: shorten it"};
+}
+
 }  // namespace
 
 void requireText(std::string_view what, std::string_view text) {
@@ -70,15 +91,19 @@ void requireText(std::string_view what, std::string_view text) {
 
 void requirePath(std::string_view path) {
     requireText("path", path);
-    if (!path.empty() && path.front() == '/') return;
-    throw Failure(kUsage, inQuotes(path) +
-                                  " is no path in the dropbox: begin it with a slash, as in " +
-                                  inQuotes("/" + std::string(path)));
+    if (path.empty() || path.front() != '/') {
+        throw Failure(kUsage, inQuotes(path) +
+                                      " is no path in the dropbox: begin it with a slash, as in " +
+                                      inQuotes("/" + std::string(path)));
+    }
+    if (path.size() > kMaxPath) throw tooLong("path", path.size(), kMaxPath);
+    const size_t longest = longestName(path);
+    if (longest > NAME_MAX) throw tooLong("name in the path", longest, NAME_MAX);
 }
 
 std::string packCampaign(const std::string& key, const std::vector<std::string>& collectors) {
     requireName("campaign key", key, ";");
-    std::string text = key + ";";
+    std::string text = key + ";";  // without a collector: all that run under the key
     for (const std::string& collector : collectors) {
         requireName("collector name", collector, ";,");
         if (text.size() > key.size() + 1) text += ",";

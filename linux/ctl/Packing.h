@@ -16,8 +16,9 @@ namespace lumctl {
 // Refuses a text that would not survive the way; `what` names it to the person.
 void requireText(std::string_view what, std::string_view text);
 
-// Refuses a dropbox path that a client cannot mean: not a text, or without a slash in front, which
-// the service joins to the root's own name. Whether the path is allowed is the service's to say.
+// Refuses a dropbox path that a client cannot mean: not a text, without a slash in front, which the
+// service joins to the root's own name, or too long for any file system. Whether the path is
+// allowed is the service's to say.
 void requirePath(std::string_view path);
 
 // "KEY;c1,c2", the parameter of startCamp and stopCamp.

@@ -1,11 +1,19 @@
 #include "Session.h"
 
-#include <cstdio>
 #include <cstdlib>
 
-#include "Failure.h"
+#include "Device.h"
+#include "Text.h"
 
 namespace lumctl {
+namespace {
+
+// What a service sends is its own affair: an odd byte must not end the command.
+std::string lineOf(const Json& json) {
+    return json.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+}  // namespace
 
 void Session::enterDevice() const {
     if (!root.empty()) {
@@ -20,17 +28,16 @@ Client Session::connect() const {
     return Client(instance);
 }
 
-void Session::print(const Report& report) const {
-    // What a service sends is its own affair: an odd byte must not end the command.
-    const std::string text =
-            json ? report.json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n"
-                 : report.text;
-    const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
-    if (!written || std::fflush(stdout) != 0) {
-        throw Failure(kNotReached,
-                      "the call was made, but its result could not be written: look at "
-                      "where standard output goes");
-    }
+std::string outputOf(const Session& session, const Report& report) {
+    return session.json ? lineOf(report.json) : report.text;
+}
+
+std::string errorLine(const std::string& sentence) {
+    return "lumctl: " + printable(sentence) + "\n";
+}
+
+std::string errorOutput(const Session& session, int status, const std::string& sentence) {
+    return session.json ? lineOf({{"error", sentence}, {"status", status}}) : "";
 }
 
 }  // namespace lumctl

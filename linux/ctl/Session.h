@@ -4,6 +4,7 @@
 #include <string>
 
 #include "Client.h"
+#include "Failure.h"
 
 namespace lumctl {
 
@@ -14,6 +15,7 @@ using Json = ::nlohmann::ordered_json;
 struct Report {
     Json json;
     std::string text;
+    ExitStatus status = kDone;
 };
 
 // What the options that all commands share say.
@@ -26,8 +28,12 @@ struct Session {
     void enterDevice() const;
     // Failure when the root or the instance is not there.
     Client connect() const;
-    // Prints the report as was asked for on standard output.
-    void print(const Report& report) const;
 };
+
+// What goes to standard output: the text, or one line of JSON.
+std::string outputOf(const Session& session, const Report& report);
+// What a failure prints: a line on standard error, and as JSON on standard output as well.
+std::string errorLine(const std::string& sentence);
+std::string errorOutput(const Session& session, int status, const std::string& sentence);
 
 }  // namespace lumctl

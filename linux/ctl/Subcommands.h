@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 #include "Session.h"
 
 namespace CLI {
@@ -8,8 +10,19 @@ class App;
 
 namespace lumctl {
 
-// Adds all subcommands to `app`; each prints its report when the command line that names it is
-// parsed. The session is filled in by then, and must outlive the app.
-void addSubcommands(CLI::App& app, const Session& session);
+using Command = std::function<Report(const Session&)>;
+
+// Adds all subcommands to `app`, which must outlive the command: when a command line that names one
+// is parsed, `chosen` becomes what it does.
+void addSubcommands(CLI::App* app, Command* chosen);
+
+// Those of the dropbox; a part of the above.
+void addDropboxSubcommands(CLI::App* app, Command* chosen);
+
+// What both sources build subcommands from.
+CLI::App* addCommand(CLI::App* app, const char* name, const char* description);
+void choose(CLI::App* command, Command* chosen, const Command& does);
+// A note at the end of the help.
+void addNote(CLI::App* command, const char* note);
 
 }  // namespace lumctl

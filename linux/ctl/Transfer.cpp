@@ -11,8 +11,8 @@
 #include <thread>
 #include <vector>
 
+#include "Device.h"
 #include "Failure.h"
-#include "Progress.h"
 #include "Text.h"
 
 namespace lumctl {
@@ -22,27 +22,36 @@ using ByteQueue =
         ::android::AidlMessageQueue<int8_t,
                                     ::aidl::android::hardware::common::fmq::SynchronizedReadWrite>;
 
-constexpr size_t kChunk = size_t{256} * 1024;  // stays in the cache between its two copies
+constexpr size_t kPiece = size_t{4} * 1024 * 1024;  // from one look at the progress to the next
+constexpr size_t kRing = 2;                         // behind the counters, among the grantors
 constexpr int kAttempts = 10;
-// A failure may be a rival's doing: one that took as many bytes from our queue before us.
-constexpr int kFailures = 2;
 
 using Clock = std::chrono::steady_clock;
 constexpr auto kLongestTurn = std::chrono::seconds(30);
 constexpr auto kLookAgain = std::chrono::milliseconds(5);
 
-void fill(ByteQueue& queue, const Content& content, Progress& progress) {
-    std::vector<int8_t> chunk(std::min<uint64_t>(kChunk, content.size()));
-    uint64_t done = 0;
-    while (done < content.size()) {
-        const size_t count = std::min<uint64_t>(chunk.size(), content.size() - done);
-        content.read(done, chunk.data(), count);
-        if (!queue.write(chunk.data(), count)) {
-            throw Failure(kNotReached, "the queue does not take what it was made for: try again");
+// Puts the content straight into the ring; nothing of it is there before all of it is.
+//
+// The kernel copies a file into the queue's memory by its descriptor, which costs no page fault and
+// no zeroed page for every 4 KiB, as the mapping would.
+void fill(ByteQueue* queue, const ByteQueueDescriptor& desc, const Content& content,
+          Progress* progress) {
+    ByteQueue::MemTransaction room;
+    const bool begun = queue->beginWrite(content.size(), &room);
+    const ByteQueue::MemRegion& ring = room.getFirstRegion();
+    if (!begun || ring.getLength() < content.size()) {
+        throw Failure(kNotReached, "the queue does not take what it was made for: try again");
+    }
+    const auto start = static_cast<uint64_t>(desc.grantors[kRing].offset);
+    for (uint64_t done = 0; done < content.size();) {
+        const size_t count = std::min<uint64_t>(kPiece, content.size() - done);
+        if (!content.send(done, desc.handle.fds[0].get(), start + done, count)) {
+            content.read(done, ring.getAddress() + done, count);
         }
         done += count;
-        progress.show(done);
+        progress->sending(done);
     }
+    queue->commitWrite(content.size());
 }
 
 Failure notTaken() {
@@ -59,15 +68,18 @@ enum class Outcome { kStored, kFailed, kNotTaken };
 // any time, or ask for bytes while ours is in place; the answer to a request is then about the
 // wrong bytes. Our own read counter tells: our request moves it by all of our bytes. It takes two
 // rivals at the same moment, one of them with a block as long as ours, to deceive us.
-Outcome offer(Client& client, const std::string& path, const Content& content, ByteQueue& queue) {
-    if (!client.configure(queue.dupeDesc())) {
+Outcome offer(Client* client, const std::string& path, const Content& content, ByteQueue* queue,
+              Progress* progress) {
+    const ByteQueueDescriptor desc = queue->dupeDesc();
+    if (!client->configure(desc)) {
         throw Failure(kRefused, "the service refused the queue: its log tells why");
     }
-    Progress progress(content.size());
-    fill(queue, content, progress);
-    if (queue.availableToRead() != content.size()) return Outcome::kNotTaken;
-    const bool stored = client.requestRead(path, static_cast<int32_t>(content.size()));
-    if (queue.availableToRead() != 0) return Outcome::kNotTaken;
+    fill(queue, desc, content, progress);
+    if (queue->availableToRead() != content.size()) return Outcome::kNotTaken;
+    progress->storing();
+    const bool stored = client->requestRead(path, static_cast<int32_t>(content.size()));
+    progress->stored();
+    if (queue->availableToRead() != 0) return Outcome::kNotTaken;
     return stored ? Outcome::kStored : Outcome::kFailed;
 }
 
@@ -80,36 +92,47 @@ void letOthersFinish(Clock::duration longest) {
 
 // lumctl processes take turns, so that they do not get into each other's way at all. A courtesy:
 // where the lock cannot be had, the attempts below do. It ends with the descriptor.
-::ndk::ScopedFileDescriptor takeTurn() {
+::ndk::ScopedFileDescriptor takeTurn(Progress* progress) {
     ::ndk::ScopedFileDescriptor lock(
             ::open(onDevice("/data").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     const auto end = Clock::now() + kLongestTurn;
     while (::flock(lock.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK &&
            Clock::now() < end) {
+        progress->waiting();
         std::this_thread::sleep_for(kLookAgain);
     }
     return lock;
 }
 
+Failure noMemory(uint64_t size) {
+    return {kNotReached, "no memory for a queue of " + byteCount(static_cast<double>(size)) +
+                                 ": free some, or make it smaller"};
+}
+
 }  // namespace
 
-bool storeThroughQueue(Client& client, const std::string& path, const Content& content) {
+bool storeThroughQueue(Client* client, const std::string& path, const Content& content,
+                       Progress* progress) {
     ByteQueue queue(content.size());
-    if (!queue.isValid()) {
-        throw Failure(kNotReached, "no memory for a queue of " +
-                                           byteCount(static_cast<double>(content.size())) +
-                                           ": free some, or split the file");
-    }
-    const ::ndk::ScopedFileDescriptor turn = takeTurn();
-    int failures = 0;
+    if (!queue.isValid()) throw noMemory(content.size());
+    const ::ndk::ScopedFileDescriptor turn = takeTurn(progress);
     for (int attempt = 1; attempt <= kAttempts; ++attempt) {
         const auto start = Clock::now();
-        const Outcome outcome = offer(client, path, content, queue);
-        if (outcome == Outcome::kStored) return true;
-        if (outcome == Outcome::kFailed && ++failures == kFailures) return false;
+        const Outcome outcome = offer(client, path, content, &queue, progress);
+        if (outcome != Outcome::kNotTaken) return outcome == Outcome::kStored;
         letOthersFinish(attempt * (Clock::now() - start));
     }
     throw notTaken();
+}
+
+bool attachFilledQueue(Client* client, size_t size, const Content& content) {
+    ByteQueue queue(size);
+    if (!queue.isValid()) throw noMemory(size);
+    const ByteQueueDescriptor desc = queue.dupeDesc();
+    if (!client->configure(desc)) return false;
+    Progress progress(content.size(), {});
+    if (content.size() > 0) fill(&queue, desc, content, &progress);
+    return true;
 }
 
 }  // namespace lumctl

@@ -57,7 +57,7 @@ Report setWord(const Session& session, const std::string& word, const std::strin
                                         inQuotes(word) +
                                         ": look at the parameter, or at the service's log");
     }
-    return {{{"word", word}, {"known", true}, {"result", result}}, "0\n"};
+    return {{{"word", word}, {"parameter", parameter}, {"known", true}, {"result", result}}, "0\n"};
 }
 
 Report storeStatistics(const Session& session, const std::string& file) {

@@ -65,8 +65,8 @@ std::string textOf(const std::string& command, const Answer& answer) {
     return answer.data.data;
 }
 
-std::string ask(Client& client, const std::string& command) {
-    return textOf(command, client.get(command));
+std::string ask(Client* client, const std::string& command) {
+    return textOf(command, client->get(command));
 }
 
 }  // namespace lumctl

@@ -15,7 +15,7 @@ bool isKnownQuery(std::string_view command);
 bool isKnownCommand(std::string_view command);
 
 // The text that the service answers; Failure kRefused for an answer that stands for a failure.
-std::string ask(Client& client, const std::string& command);
+std::string ask(Client* client, const std::string& command);
 std::string textOf(const std::string& command, const Answer& answer);
 
 }  // namespace lumctl

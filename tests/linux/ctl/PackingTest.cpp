@@ -70,6 +70,7 @@ TEST(Parameters, OnlyHoldWhatIsReadAsItIsMeant) {
     EXPECT_EQ(packModuleQuery("007"), "statusCamp;007");
     EXPECT_NO_THROW(lumctl::requirePath("/"));
     EXPECT_NO_THROW(lumctl::requirePath("/a/../b")) << "the service says what it refuses";
+    EXPECT_EQ(packCampaign("k", {}), "k;") << "all of them";
     const std::vector<std::pair<const char*, std::function<void()>>> refused = {{"';'", [] { packCampaign("k;1", {"c"}); }},
                                                                                 {"','", [] { packCampaign("k", {"c", "c,1"}); }},
                                                                                 {"';'", [] { packCampaign("k", {"c;1"}); }},
@@ -89,22 +90,6 @@ TEST(Paths, AreMadeFromTheOutsideAndTheWholeDropboxIsKnown) {
     EXPECT_EQ(lumctl::withParents("/a/../b"), (Strings{"/a/../b"})) << "nothing on the way";
     for (const char* path : {"/", "//", "/././/"}) EXPECT_TRUE(lumctl::isWholeDropbox(path));
     for (const char* path : {"/./a", "/.a", "/..."}) EXPECT_FALSE(lumctl::isWholeDropbox(path));
-}
-
-TEST(Words, AreKnownAsTheServiceKnowsThem) {
-    for (const char* word : {"BUILDIDxyz", "LUMTR_VERSION", "CHIPSET_SERIAL1", "get statusCamp;3",
-                             "x collectorsState y"}) {
-        EXPECT_TRUE(lumctl::isKnownQuery(word)) << word;
-    }
-    for (const char* word : {"", "BUILDI", " BUILDID", "buildid", "statusCam"}) {
-        EXPECT_FALSE(lumctl::isKnownQuery(word)) << word;
-    }
-    for (const char* word : {"LUMNETSTATS2", "startCamp", "cmdOptIn", "cmdOptout"}) {
-        EXPECT_TRUE(lumctl::isKnownCommand(word)) << word;
-    }
-    for (const char* word : {"", "startCamp ", "cmdOptOut", "xLUMNETSTATS"}) {
-        EXPECT_FALSE(lumctl::isKnownCommand(word)) << word;
-    }
 }
 
 TEST(Words, WithAnAnswerThatStandsForAFailureFail) {
