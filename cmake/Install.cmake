@@ -61,7 +61,7 @@ set(package lib/cmake/lumvndhal)
 install(DIRECTORY linux/platform/log/include/ linux/platform/properties/include/
   linux/platform/binder/include/ linux/platform/common/include/ linux/platform/fmq/include/
   linux/mapping/include/ DESTINATION ${headers} COMPONENT development)
-install(FILES service/LumvndhalImpl.h host/SessionOperator.h
+install(FILES service/LumvndhalImpl.h service/GuardedBy.h host/SessionOperator.h
   DESTINATION ${headers} COMPONENT development)
 install(EXPORT lumvndhal NAMESPACE lumvndhal:: FILE lumvndhalTargets.cmake
   DESTINATION ${package} COMPONENT development)
