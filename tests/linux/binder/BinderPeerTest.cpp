@@ -81,10 +81,12 @@ TEST_F(BinderPeer, DropsPeersThatSendTooManyDescriptors) {
         sendDescriptors(peer.get(), &kPing, sizeof(kPing), count);
         EXPECT_TRUE(isClosed(peer.get())) << count;
     }
-    // Spread over the bytes of one frame: the second piece is already too much.
+    // Spread over the bytes of one frame: the second piece is too much, however slow the rest is.
     const ndk::ScopedFileDescriptor peer(rawConnection());
+    const auto begin = standin::Clock::now();
     for (int i = 0; i < 2; ++i) sendDescriptors(peer.get(), &kPing.magic, 1, 20);
     EXPECT_TRUE(isClosed(peer.get()));
+    EXPECT_LT(standin::Clock::now() - begin, standin::kPatience);
     const bool emulated = std::string(EMULATOR).find("qemu") != std::string::npos;
     EXPECT_TRUE(emulated || mService->descriptorsSettleAt(before));  // qemu keeps what it cuts off
     EXPECT_EQ(echo("unharmed"), STATUS_OK);
