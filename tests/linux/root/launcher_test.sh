@@ -36,7 +36,7 @@ shows_the_root() {
     expect 'the sample' $'457\n3\n5\n0\n0\n0' "$(device --sample sh -c "$look")"
     expect 'an empty root' '' "$(device --empty find /data /mnt /sys /vendor ! -type d)"
     "$run" --new "$root"
-    device --root "$root" sh -c 'cd /data/vendor/lum; mkdir a b; echo x >a/file; mv a/file b
+    device --root "$root" sh -c 'cd /data/vendor/lum; mkdir a b; echo x >a/file; ln a/file b; rm a/file
         mv b/file /data; for d in . /dev/__properties__ /dev/socket/binder; do echo >"$d/file"; done'
     expect 'files in the root' "$(printf '%s/file\n' data{,/vendor/lum} dev/{__properties__,socket/binder})" \
         "$(cd "$root" && find . -type f -printf '%P\n' | sort)"
