@@ -45,11 +45,17 @@ function(add_public_headers target directory)
   target_compile_features(${target} PUBLIC cxx_std_17)
 endfunction()
 
+# For linux/ alone: headers that a device does not have.
+function(use_internal_headers target)
+  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/linux/platform/internal)
+endfunction()
+
 # A stand-in for one of Android's platform libraries: lib<name>.so, headers under include/.
 function(add_platform_library name)
   cmake_parse_arguments(ARG "" "FILE" "SOURCES;LINK" ${ARGN})
   add_library(${name} SHARED ${ARG_SOURCES})
   add_public_headers(${name} ${CMAKE_CURRENT_SOURCE_DIR}/include)
+  use_internal_headers(${name})
   target_link_libraries(${name} PUBLIC ${ARG_LINK})
   if(ARG_FILE) # a library whose file carries no "lib" in front
     set_target_properties(${name} PROPERTIES PREFIX "" OUTPUT_NAME ${ARG_FILE})
