@@ -32,17 +32,17 @@ void goOnAfterFork() RELEASE(gOutputLock) {
 }
 
 [[maybe_unused]] const int gForkHandlers =
-        pthread_atfork(prepareForFork, goOnAfterFork, goOnAfterFork);
+        ::pthread_atfork(prepareForFork, goOnAfterFork, goOnAfterFork);
 
 void waitUntilWritable() {
     pollfd output = {STDERR_FILENO, POLLOUT, 0};
-    poll(&output, 1, -1);
+    ::poll(&output, 1, -1);
 }
 
 // Writes all of it, or as much as can be written: there is nobody to tell.
 void writeAll(std::string_view bytes) {
     while (!bytes.empty()) {
-        const ssize_t written = write(STDERR_FILENO, bytes.data(), bytes.size());
+        const ssize_t written = ::write(STDERR_FILENO, bytes.data(), bytes.size());
         if (written > 0) {
             bytes.remove_prefix(static_cast<size_t>(written));
         } else if (written < 0 && errno == EAGAIN) {
@@ -103,7 +103,7 @@ void __android_log_stderr_logger(const __android_log_message* log_message) {
     if (log_message->priority < TagFilter::fromEnvironment().minimumFor(log_message->tag)) return;
 
     char process[16];
-    static_cast<void>(snprintf(process, sizeof(process), "(%5d): ", getpid()));
+    static_cast<void>(snprintf(process, sizeof(process), "(%5d): ", ::getpid()));
     std::string_view text = log_message->message;
     if (!text.empty() && text.back() == '\n') text.remove_suffix(1);  // it ends the line as it is
 

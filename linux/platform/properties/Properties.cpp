@@ -39,13 +39,13 @@ void makePath(const char* key, char (&path)[kPathSize]) {
 
 // As much of the file as fits into the buffer, or -1. Does not wait, even if the file is a pipe.
 ssize_t readFile(const char* path, char* bytes, size_t size) {
-    const int file = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    const int file = ::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (file < 0) return -1;
     ssize_t count;
     do {
-        count = read(file, bytes, size);
+        count = ::read(file, bytes, size);
     } while (count < 0 && errno == EINTR);
-    close(file);
+    ::close(file);
     return count;
 }
 
@@ -69,7 +69,7 @@ size_t readValue(const char* key, char* value) {
 
 bool writeAll(int file, const char* bytes, size_t length) {
     while (length > 0) {
-        const ssize_t written = write(file, bytes, length);
+        const ssize_t written = ::write(file, bytes, length);
         if (written < 0 && errno == EINTR) continue;
         if (written <= 0) return false;
         bytes += written;
@@ -81,10 +81,10 @@ bool writeAll(int file, const char* bytes, size_t length) {
 // Closes the file in any case. It is readable by all, as properties are.
 bool fillAndClose(int file, const char* value, size_t length) {
     const bool endsInNewline = length > 0 && value[length - 1] == '\n';
-    const bool good = fchmod(file, 0644) == 0 && writeAll(file, value, length) &&
+    const bool good = ::fchmod(file, 0644) == 0 && writeAll(file, value, length) &&
                       writeAll(file, "\n", endsInNewline ? 1 : 0);  // the reader takes one off
     const int error = errno;
-    if (close(file) != 0) return false;
+    if (::close(file) != 0) return false;
     errno = error;
     return good;
 }
@@ -110,13 +110,13 @@ int property_set(const char* key, const char* value) {
         return -1;
     }
     char temporary[] = PROPERTY_DIRECTORY ".new-XXXXXX";
-    const int file = mkostemp(temporary, O_CLOEXEC);
+    const int file = ::mkostemp(temporary, O_CLOEXEC);
     if (file < 0) return -1;
     char path[kPathSize];
     makePath(key, path);
-    if (fillAndClose(file, value, length) && rename(temporary, path) == 0) return 0;
+    if (fillAndClose(file, value, length) && ::rename(temporary, path) == 0) return 0;
     const int error = errno;
-    unlink(temporary);
+    ::unlink(temporary);
     errno = error;
     return -1;
 }
