@@ -83,6 +83,16 @@ TEST(Mapping, TellsOfEachCallOnBothSidesWhenAsked) {
     }
 }
 
+TEST(Mapping, DataCompareByFieldsInTheirOrder) {
+    LumvndhalGenericData a;
+    LumvndhalGenericData b;
+    EXPECT_EQ(a, b);
+    b.data = "x";
+    EXPECT_LT(a, b);
+    a.data_size = 1;
+    EXPECT_GT(a, b);
+}
+
 TEST(Mapping, ProxyAsksForVersionAndHashOnce) {
     const ServiceUnderTest service(From::kOtherProcess);
     const auto unasked = ILumvndhal::fromBinder(service->asBinder());
