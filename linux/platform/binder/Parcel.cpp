@@ -156,7 +156,8 @@ binder_status_t AParcel_writeString(AParcel* parcel, const char* text, int32_t l
 
 namespace {
 
-// The next text and its terminating 0; null when it is null, not whole or not terminated.
+// The text of so many code units at the position; null when it is null, cut short or not
+// terminated.
 const char16_t* takeText(const AParcel& parcel, int32_t units) {
     if (units < 0 || units == INT32_MAX) return nullptr;
     const void* from = parcel.take((static_cast<size_t>(units) + 1) * sizeof(char16_t));

@@ -9,12 +9,12 @@
 
 #include "Wire.h"
 
-// A parcel is a run of bytes with a position, and the descriptors that travel beside it. The bytes
-// are its own, or borrowed from a connection's buffer for the length of one call.
+// A parcel is a sequence of bytes with a position, and the file descriptors that travel beside it.
+// The bytes are its own, or borrowed from a connection's buffer for the duration of one call.
 struct AParcel {
   public:
     AParcel() {}  // NOLINT(modernize-use-equals-default): would fill mSmall with zeros
-    // Reads `size` bytes that stay the caller's.
+    // For reading `size` bytes, which stay the caller's.
     AParcel(const uint8_t* data, size_t size)
         : mBytes(const_cast<uint8_t*>(data)), mSize(size), mCapacity(0) {}
     AParcel(const AParcel&) = delete;
@@ -26,7 +26,8 @@ struct AParcel {
     size_t position() const { return mPosition; }
     bool setPosition(size_t position) const;
 
-    // Room for `bytes` more at the position, padded with zeros to 4; null when there is no memory.
+    // Space for `bytes` more at the position, padded with zeros to a multiple of 4; null when there
+    // is no memory.
     void* put(size_t bytes);
     // The next `bytes` and their padding; null when there are fewer left.
     const void* take(size_t bytes) const;
@@ -49,7 +50,7 @@ struct AParcel {
 
     // Empties the parcel and keeps its memory for the next use, unless it grew large.
     void reset();
-    // Makes a copy of these bytes the content; false without memory.
+    // Replaces the content with a copy of these bytes; false when there is no memory.
     bool assign(const uint8_t* data, size_t size);
 
     // Counts a descriptor that is read; false when more are read than may travel.
@@ -73,9 +74,11 @@ struct AParcel {
 
 namespace standin {
 
-// What every request begins with: who calls is not told, and which interface is meant.
+// What every request begins with: two words about the caller, which say nothing here, and the
+// interface that is meant.
 binder_status_t writeInterfaceToken(AParcel* parcel, const char* descriptor);
-// Takes the token off the request. STATUS_BAD_TYPE when it is not `token`, whoever calls.
+// Reads the token of a request. STATUS_BAD_TYPE when it differs from `token`, which
+// writeInterfaceToken made, in more than the words about the caller.
 binder_status_t checkInterfaceToken(const AParcel* parcel, const AParcel& token);
 
 }  // namespace standin

@@ -34,7 +34,7 @@ size_t asciiPrefix(const char* utf8, size_t size) {
     return length;
 }
 
-// The same for units of UTF-16, four at a time.
+// The same for the code units of UTF-16, four at a time.
 size_t asciiPrefix(const char16_t* utf16, size_t size) {
     size_t length = 0;
     for (uint64_t four; size - length >= 4; length += 4) {

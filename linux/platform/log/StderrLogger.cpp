@@ -46,7 +46,7 @@ void writeAll(std::string_view bytes) {
         if (written > 0) {
             bytes.remove_prefix(static_cast<size_t>(written));
         } else if (written < 0 && errno == EAGAIN) {
-            waitUntilWritable();  // whoever shares our standard error made it non-blocking
+            waitUntilWritable();  // a process that shares our standard error made it non-blocking
         } else if (written == 0 || errno != EINTR) {
             return;
         }

@@ -101,7 +101,7 @@ int property_get(const char* key, char* value, const char* default_value) {
     return static_cast<int>(length);
 }
 
-// A new file takes the place of the old one by its name: nobody can see it half written.
+// A new file takes the place of the old one by its name: no reader sees it half written.
 int property_set(const char* key, const char* value) {
     if (value == nullptr) value = "";
     const size_t length = strnlen(value, PROPERTY_VALUE_MAX);

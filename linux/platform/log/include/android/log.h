@@ -73,8 +73,8 @@ void __android_log_set_logger(__android_logger_function logger);
 
 // The logger that a process starts with. Each line of the message becomes a line "I/tag     ( 123):
 // text" on standard error; lines of several threads never mix. A message that takes up to 4096
-// bytes there is one write. It waits for a reader that is slow; where the reader may leave, the
-// process ignores SIGPIPE. What ANDROID_LOG_TAGS forbids is not written.
+// bytes there is one write. It waits for a slow reader; a process whose reader
+// may go away ignores SIGPIPE. What ANDROID_LOG_TAGS forbids is not written.
 void __android_log_stderr_logger(const __android_log_message* log_message);
 
 // Lets only messages of `priority` and above pass, whatever their tag. ANDROID_LOG_DEFAULT goes

@@ -2,8 +2,8 @@
 //
 // Each property is a file of its own name in /dev/__properties__/, and the file's bytes are the
 // value, so a person reads and sets properties with cat and echo. A newline at the end of the file
-// is the editor's, not the value's; only one is taken off. A file of more than 91 bytes beside it
-// holds nothing that a property could hold and counts as empty.
+// is the editor's, not the value's; only one is taken off. A file of more than 91 bytes, this
+// newline not counted, holds no possible value and counts as empty.
 //
 // A name is made of letters, digits and ". - _ @ :"; it has no dot at either end, no two dots in a
 // row and at most 255 characters. No property is special: one that begins with "ro." can be set
@@ -23,8 +23,8 @@ extern "C" {
 // Costs an open, a read and a close.
 int property_get(const char* key, char* value, const char* default_value);
 
-// Sets the property and returns 0; a null or empty `value` makes it empty. Whoever reads meanwhile
-// gets the old value or the new one. Returns -1 for a bad name, a value of more than 91 bytes, or
+// Sets the property and returns 0; a null or empty `value` makes it empty. A reader gets
+// the old value or the new one. Returns -1 for a bad name, a value of more than 91 bytes, or
 // when the file cannot be written (errno says why); the old value then stays.
 int property_set(const char* key, const char* value);
 

@@ -10,8 +10,8 @@
 
 namespace aidl::android::hardware::common {
 
-// Descriptors and integers that belong together. Owns the descriptors, hence movable and not
-// copyable. Two handles are equal when they name the same descriptor numbers and integers.
+// Descriptors and integers that belong together. Owns the descriptors, so it can be moved
+// and not copied. Two handles are equal when they name the same descriptor numbers and integers.
 class NativeHandle {
   public:
     static const char* descriptor;

@@ -23,7 +23,7 @@ std::string describeFields(const std::vector<GrantorDescriptor>& grantors,
 
 // How to reach a message queue of elements T: its regions in the order read counter, write counter,
 // ring, event-flag word (optional), and the descriptors of the memory they lie in. Owns those
-// descriptors, hence movable and not copyable. Values that came from a peer are unchecked; the
+// descriptors, so it can be moved and not copied. Values that came from a peer are unchecked; the
 // queue's constructor checks them.
 template <typename T, typename Flavor>
 class MQDescriptor {
