@@ -150,7 +150,7 @@ bool callAll(pid_t service, size_t calls, Board* board) {
         }
         detachQueue(*proxy);
         last = lookAt(service);
-        if (made >= 2 * round && !first) first = last;  // by then it has warmed up
+        if (made >= 2 * round && 4 * made >= calls && !first) first = last;  // it is warm by now
         printLook(made, last);
     }
     return isFlat(*first, last);
@@ -159,7 +159,7 @@ bool callAll(pid_t service, size_t calls, Board* board) {
 // Clients that end in the middle of a transfer leave nothing behind in the service.
 bool killClients(pid_t service, size_t times, Board* board) {
     const auto proxy = bench::connect();
-    std::minstd_rand random;
+    std::minstd_rand random(static_cast<uint32_t>(times));
     detachQueue(*proxy);
     const Look before = lookAt(service);
     for (size_t time = 0; time < times; ++time) {
@@ -177,7 +177,7 @@ bool killClients(pid_t service, size_t times, Board* board) {
 
 // What a service has answered with true is there when it is killed right after.
 void killServices(size_t times, Board* board) {
-    std::minstd_rand random;
+    std::minstd_rand random(static_cast<uint32_t>(times));
     size_t answered = 0;
     for (size_t time = 0; time < times; ++time) {
         Worker service(runService);

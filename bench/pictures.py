@@ -36,7 +36,7 @@ def draw_calls(rows, file):
     if not rows:
         return
     ratio = {(row["name"], row["subject"]): row["ratio"] for row in rows}
-    lines = ['"{}" '.format(name.replace(", ", "\\n")) +
+    lines = ['"{}" '.format(name.replace(", unknown word", "").replace(", ", "\\n")) +
              " ".join(f"{ratio.get((name, subject), 0):.3f}" for subject in subjects)
              for name in names]
     titles = {"this": "this service"}
@@ -47,7 +47,8 @@ def draw_calls(rows, file):
         f"$calls using ($0+{(i - (len(subjects) - 1) / 2) / (len(subjects) + 1):.3f}):{i + 2}:"
         f"(sprintf('%.2f', ${i + 2})) with labels offset 0,0.6 font ',11' notitle"
         for i in range(len(subjects)))
-    draw(file, block("calls", lines) + f"""set style data histograms
+    draw(file, block("calls", lines) + f"""set bmargin 4
+set style data histograms
 set style histogram clustered gap 1
 set style fill solid
 set yrange [0:*]
