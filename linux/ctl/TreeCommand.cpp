@@ -101,8 +101,9 @@ Report putTree(const Session& session, const std::string& directory, const std::
              {"seconds", time.count()},
              {"bytes_per_second", rate}},
             listOf(plan.skipped) + printable(path) + ": " + std::to_string(plan.files.size()) +
-                    " files with " + std::to_string(bytes) + " bytes in " + duration(time.count()) +
-                    " (" + byteCount(rate) + "/s)\n"};
+                    (plan.files.size() == 1 ? " file with " : " files with ") +
+                    std::to_string(bytes) + " bytes in " + duration(time.count()) + " (" +
+                    byteCount(rate) + "/s)\n"};
 }
 
 }  // namespace lumctl

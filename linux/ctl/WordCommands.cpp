@@ -67,9 +67,12 @@ Report storeStatistics(const Session& session, const std::string& file) {
     const std::string block = packStatistics(std::string(bytes.begin(), bytes.end()));
     Client client = session.connect();
     if (client.set("LUMNETSTATS", block) != 0) {
+        const char* const reason = client.isDirectory("/shared/1503")
+                                           ? "most likely it may not write there"
+                                           : "/shared/1503 is missing (lumctl mkdir -p "
+                                             "/shared/1503 makes it)";
         throw Failure(kRefused,
-                      "the service could not store the statistics: most likely /shared/1503 is "
-                      "missing (lumctl mkdir -p /shared/1503 makes it)");
+                      std::string("the service could not store the statistics: ") + reason);
     }
     return {{{"path", "/shared/1503/nwstats.tmp"}, {"bytes", bytes.size()}},
             "/shared/1503/nwstats.tmp: " + std::to_string(bytes.size()) + " bytes\n"};
