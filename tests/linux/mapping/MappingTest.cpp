@@ -1,6 +1,7 @@
 // The mapping's proxy and stub. Both classes below derive, in a program with type information, from
 // what is built without it.
 #include <aidl/vendor/tav/lumvndhal_aidl/BpLumvndhal.h>
+#include <android/binder_parcel_utils.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 
@@ -81,6 +82,17 @@ TEST(Mapping, TellsOfEachCallOnBothSidesWhenAsked) {
         EXPECT_EQ(gLines[2 * i].substr(0, lines[i].size()), lines[i]);
         EXPECT_EQ(gLines[2 * i + 1], lines[i] + (i == 3 ? "failed -22" : ""));
     }
+}
+
+TEST(Mapping, FailsTheCallWhenTheReplyCannotBeWritten) {
+    const ndk::SpAIBinder binder = ndk::SharedRefBase::make<EchoingService>()->asBinder();
+    ndk::ScopedAParcel in;
+    ndk::ScopedAParcel out;
+    ASSERT_EQ(AIBinder_prepareTransaction(binder.get(), in.getR()), STATUS_OK);
+    ndk::AParcel_writeString(in.get(), std::string("half"));
+    EXPECT_EQ(AIBinder_transact(binder.get(), ILumvndhal::TRANSACTION_get_vnd_data, in.getR(),
+                                out.getR(), 0),
+              STATUS_BAD_VALUE);
 }
 
 TEST(Mapping, DataCompareByFieldsInTheirOrder) {
