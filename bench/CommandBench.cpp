@@ -22,13 +22,13 @@
 namespace {
 
 using bench::check;
-using bench::Samples;
 
 std::string lumctl;
 
 // Runs it to its end and returns the page faults that it took; ends this program when it fails.
 double run(std::vector<std::string> words) {
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (std::string& word : words) arguments.push_back(word.data());
     arguments.push_back(nullptr);
     posix_spawn_file_actions_t actions;

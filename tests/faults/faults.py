@@ -26,25 +26,23 @@ dropbox = root / "data/vendor/lum"
 statistics = dropbox / "shared/1503/nwstats.tmp"
 failures = 0
 
-def file_state(path):
+def outcome(words, path):
     """strace does not write the bytes that it says are written: without them the file is whole."""
-    found = path.read_bytes() if path.exists() else None
-    return "gone" if found is None else "whole" if found in (CONTENT, CONTENT[3:]) else f"{len(found)} bytes"
+    if not path.is_file():
+        return "whole" if path.exists() != (words[0] == "rm") else "gone"
+    found = path.read_bytes()
+    return "whole" if found in (CONTENT, CONTENT[3:]) else f"{len(found)} bytes"
 
-# The words for lumctl, what has become of it, and what is promised: that what is told to be done is whole (a removal
+# The words for lumctl, what they make or remove, and what is promised: that what is told to be done is whole (a removal
 # takes what it can, the write of statistics is not looked at, a fact that cannot be read has a placeholder), and that
 # what is refused has a line in the log (a directory has none).
 METHODS = {
-    "configure, request_read": (["put", "--via", "queue", source, "/f"], lambda: file_state(dropbox / "f"),
-                                "whole line"),
-    "get_vnd_data": (["version"], lambda: "whole", "line"),
-    "set_vnd_data": (["netstats", source], lambda: file_state(statistics), "line"),
-    "update_vendor_dropbox, create": (["mkdir", "/d"], lambda: "whole" if (dropbox / "d").exists() else "gone",
-                                      "whole"),
-    "update_vendor_dropbox, remove": (["rm", "/tree"],
-                                      lambda: "gone" if (dropbox / "tree").exists() else "whole", ""),
-    "write_data_to_vendor_dropbox": (["put", "--via", "call", source, "/f"], lambda: file_state(dropbox / "f"),
-                                     "whole line"),
+    "configure, request_read": (["put", "--via", "queue", source, "/f"], dropbox / "f", "whole line"),
+    "get_vnd_data": (["version"], dropbox, "line"),
+    "set_vnd_data": (["netstats", source], statistics, "line"),
+    "update_vendor_dropbox, create": (["mkdir", "/d"], dropbox / "d", "whole"),
+    "update_vendor_dropbox, remove": (["rm", "/tree"], dropbox / "tree", ""),
+    "write_data_to_vendor_dropbox": (["put", "--via", "call", source, "/f"], dropbox / "f", "whole line"),
 }
 
 def prepare():
@@ -115,7 +113,7 @@ def row(method, call, number, kind, told, state, broken):
           flush=True)
 
 def broken_rule(method, told, state, said, pid, before, call):
-    words, outcome, promises = METHODS[method]
+    words, path, promises = METHODS[method]
     if told not in TOLD:
         return "NO SUCH ANSWER"
     if told == 0 and "whole" in promises and state != "whole":
@@ -124,14 +122,14 @@ def broken_rule(method, told, state, said, pid, before, call):
         return "REFUSED WITHOUT A LINE"
     if state not in ("whole", "gone") and "whole" in promises:
         return "A PART IS LEFT"
-    if lumctl(*words) != 0 or outcome() != "whole":
+    if lumctl(*words) != 0 or outcome(words, path) != "whole":
         return "THE NEXT CALL FAILS"
     if call not in ("close", "munmap") and not until(lambda: holdings(pid) <= before):  # strace keeps those back
         return f"LEFT: {before} before, {holdings(pid)} after"
     return ""
 
 def try_method(method):
-    words, outcome, _ = METHODS[method]
+    words, path, _ = METHODS[method]
     process = start()
     prepare()
     pid = service_pid()
@@ -144,7 +142,7 @@ def try_method(method):
         written = log.stat().st_size
         told = traced(pid, words, "-e", f"inject={call}:{kind}:when={number}")
         if "(INJECTED" in trace.read_text():
-            state = outcome()
+            state = outcome(words, path)
             row(method, call, number, kind, told, state,
                 broken_rule(method, told, state, log.read_text()[written:], pid, before, call))
     end(process)
