@@ -124,7 +124,7 @@ TEST(Host, WritesALineForEachCallWhenToldToTraceThem) {
     EXPECT_TRUE(write(*service, "/f", {1, 2, 3}));
     EXPECT_EQ(set(*service, "LUMNETSTATS", "\n" + std::string(98, 'x') + "ä"), -1);
     EXPECT_EQ(host.endWith(SIGTERM), 0);
-    const std::string begin = "I/LUM:calls\\([0-9]+\\): [0-9:]{8}\\.[0-9]{3} ";
+    const std::string begin = "I/LUM:calls\\([ 0-9]+\\): [0-9:]{8}\\.[0-9]{3} ";
     const std::string end = ", [0-9]+\\.[0-9][0-9] ms\n";
     EXPECT_THAT(host.errors(),
                 MatchesRegex(".*" + begin +
