@@ -8,11 +8,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <chrono>
-#include <memory>
-#include <string>
+#include <future>
 #include <thread>
-#include <vector>
 
 #include "ChildProcess.h"
 #include "Files.h"
@@ -26,9 +23,8 @@ using support::ChildProcess;
 constexpr char kName[] = "test.IEcho/default";
 constexpr char kSocket[] = "/dev/socket/binder/test.IEcho:default";
 
-// --- A service that echoes text, reads what a descriptor leads to, sleeps, fills and loses a
-// reply.
-
+// What the service does: it echoes text, reads what a descriptor leads to, sleeps, fills and loses
+// a reply.
 enum Code : transaction_code_t { kEcho = 1, kReadFile, kSleep, kFill, kLoseReply };
 
 // Lets no connection of this process send any more.
@@ -37,20 +33,17 @@ inline void stopSending() {
     for (int fd = 63; fd > STDERR_FILENO; --fd) ::shutdown(fd, SHUT_WR);
 }
 
-inline binder_status_t readFile(const AParcel* in, AParcel* out) {
-    ndk::ScopedFileDescriptor file;
-    const binder_status_t status = ndk::AParcel_readData(in, &file);
-    if (status != STATUS_OK) return status;
-    char content[64];
-    const ssize_t size = ::pread(file.get(), content, sizeof(content), 0);
-    return AParcel_writeString(out, content, static_cast<int32_t>(size));
-}
-
 inline binder_status_t onTransact(AIBinder*, transaction_code_t code, const AParcel* in,
                                   AParcel* out) {
-    std::string text;
+    std::string text(6, ' ');
     int32_t number = 0;
-    if (code == kReadFile) return readFile(in, out);
+    if (code == kReadFile) {
+        ndk::ScopedFileDescriptor file;
+        const binder_status_t status = ndk::AParcel_readData(in, &file);
+        if (status != STATUS_OK) return status;
+        EXPECT_EQ(::pread(file.get(), text.data(), text.size(), 0), 6);
+        return ndk::AParcel_writeData(out, text);
+    }
     if (code == kEcho) {
         const binder_status_t status = ndk::AParcel_readData(in, &text);
         return status == STATUS_OK ? ndk::AParcel_writeData(out, text) : status;
@@ -113,18 +106,18 @@ class BinderCall : public testing::Test {
         return status;
     }
 
-    binder_status_t sleepFor(std::chrono::milliseconds time) {
-        ndk::ScopedAParcel out;
-        return call(kSleep, &out, static_cast<int32_t>(time.count()));
+    // A call of so many milliseconds, under way when this returns.
+    std::future<binder_status_t> startSleep(int32_t time) {
+        auto pending = std::async(std::launch::async, [=] {
+            ndk::ScopedAParcel out;
+            return call(kSleep, &out, time);
+        });
+        std::this_thread::sleep_for(100ms);
+        return pending;
     }
 
     std::unique_ptr<ChildProcess> mService;
     ndk::SpAIBinder mBinder;
-};
-
-class BinderCallWithOneThread : public BinderCall {
-  protected:
-    BinderCallWithOneThread() : BinderCall(0) {}
 };
 
 }  // namespace echo_service

@@ -4,9 +4,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <map>
 #include <sstream>
@@ -30,19 +28,6 @@ void keepLine(const __android_log_message* message) {
     gLines.push_back(std::string(message->tag) + ": " + message->message);
     errno = EIO;
 }
-
-// Collects what is logged, at the priorities that a process starts with.
-class Log : public testing::Test {
-  protected:
-    void SetUp() override {
-        gLines.clear();
-        __android_log_set_logger(keepLine);
-    }
-    void TearDown() override {
-        __android_log_set_minimum_priority(ANDROID_LOG_DEFAULT);
-        __android_log_set_logger(__android_log_stderr_logger);
-    }
-};
 
 // What appears on standard error while `action` runs. That is the smallest pipe there is, so that
 // writers meet a full one, and it does not make them wait.
@@ -76,7 +61,8 @@ std::string brief(const char* letterAndTag, const std::string& text) {
     return letterAndTag + (process + text) + "\n";
 }
 
-TEST_F(Log, FollowsTheUsersRulesOrInfoUntilTheProgramSetsAMinimum) {
+TEST(Log, FollowsTheUsersRulesOrInfoUntilTheProgramSetsAMinimum) {
+    __android_log_set_logger(keepLine);
     const auto loggable = [](int priority, const char* tag) {
         return __android_log_is_loggable(priority, tag, ANDROID_LOG_SILENT) == 1;
     };
@@ -94,7 +80,8 @@ TEST_F(Log, FollowsTheUsersRulesOrInfoUntilTheProgramSetsAMinimum) {
     EXPECT_EQ(gLines.size(), 2U);
 }
 
-TEST_F(Log, PrintCutsAt1023BytesAndKeepsErrno) {
+TEST(Log, PrintCutsAt1023BytesAndKeepsErrno) {
+    __android_log_set_logger(keepLine);
     const std::string text(1023, 'x');
     errno = ENOENT;
     __android_log_print(ANDROID_LOG_INFO, nullptr, "%m");
@@ -115,50 +102,38 @@ TEST(StderrLogger, WritesLogcatsBriefFormOfWhatTheUserAllows) {
         __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
         __android_log_write(ANDROID_LOG_WARN, "hush", "whatever the program wants");
         __android_log_write(ANDROID_LOG_DEBUG, "tag", "text");
-        __android_log_set_minimum_priority(ANDROID_LOG_DEFAULT);
     });
     EXPECT_EQ(output, brief("I/LUM:lumvndhal_aidl", "ends in a newline") +
                               brief("E/FMQ     ", "first") + brief("E/FMQ     ", "") +
                               brief("E/FMQ     ", "third") + brief("D/tag     ", "text"));
 }
 
-// Messages far longer than the pipe, so that they are written in many pieces.
-TEST(StderrLogger, LosesNothingAndNeverMixesTheLinesOfThreads) {
+// Messages far longer than the pipe, so that they are written in many pieces. A child forked while
+// a thread is in the middle of one must still be able to log.
+TEST(StderrLogger, LosesNothingAndNeverMixesTheLinesOfThreadsOrChildren) {
     const std::string texts[] = {std::string(20000, 'a'), std::string(50, 'b'),
                                  std::string(20000, 'c'), std::string(50, 'd')};
     std::istringstream output(stderrOf([&texts] {
         std::vector<std::thread> threads;
         for (const std::string& text : texts)
             threads.emplace_back([&text] {
-                for (int i = 0; i < 40; ++i)
+                for (int i = 0; i < 100; ++i)
                     __android_log_write(ANDROID_LOG_INFO, "tag", text.c_str());
             });
+        for (int i = 0; i < 30; ++i) {
+            support::ChildProcess child([] {
+                ::alarm(10);
+                ::close(STDERR_FILENO);  // no lock keeps its lines from coming between
+                return __android_log_write(ANDROID_LOG_INFO, "tag", "child") - 1;
+            });
+            EXPECT_EQ(child.wait(), 0);
+        }
         for (std::thread& thread : threads) thread.join();
     }));
     std::map<std::string, int> seen;
     for (std::string line; std::getline(output, line);) ++seen[line + "\n"];
     EXPECT_EQ(seen.size(), 4U);
-    for (const std::string& text : texts) EXPECT_EQ(seen[brief("I/tag     ", text)], 40);
-}
-
-// A child forked while another thread is in the middle of a message must still be able to log.
-TEST(StderrLogger, WorksInAForkedChild) {
-    stderrOf([] {
-        std::atomic<bool> stop{false};
-        std::thread writer([&stop] {
-            const std::string text(20000, 'x');
-            while (!stop) __android_log_write(ANDROID_LOG_INFO, "tag", text.c_str());
-        });
-        for (int i = 0; i < 50; ++i) {
-            support::ChildProcess child([] {
-                ::alarm(10);
-                return __android_log_write(ANDROID_LOG_INFO, "tag", "child") - 1;
-            });
-            EXPECT_EQ(child.wait(), 0);
-        }
-        stop = true;
-        writer.join();
-    });
+    for (const std::string& text : texts) EXPECT_EQ(seen[brief("I/tag     ", text)], 100);
 }
 
 // The letters of the minimums that the rules set for the tags; '?' is none.
