@@ -1,3 +1,5 @@
+// Modes, links, deep trees and directories that cannot be read. What a path does else is the corpus
+// of fuzz/CallFuzz.cpp.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
@@ -12,11 +14,9 @@
 
 namespace {
 
-using namespace std::string_literals;
 using namespace support;
 
 const std::string kRoot = kDropbox;
-const LogLine kRefused = error("[ERROR] Path is not correct");
 
 class Dropbox : public testing::Test {
   protected:
@@ -38,42 +38,18 @@ class Dropbox : public testing::Test {
     ServiceUnderTest mService{From::kSameProcess};
 };
 
-TEST_F(Dropbox, MakesOneDirectoryAndAcceptsWhateverIsThereAlready) {
+TEST_F(Dropbox, MakesDirectoriesForItsGroupAndAcceptsLinks) {
     const mode_t mask = ::umask(0);
     ::umask(mask);
     EXPECT_EQ(make("/a"), LogLines{});
     struct stat status = {};
     ASSERT_EQ(::stat((kRoot + "/a").c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 07777U, 0770U & ~mask);
-    writeFile(kRoot + "/f", "file");
     ASSERT_EQ(::symlink("nowhere", (kRoot + "/link").c_str()), 0);
-    for (const std::string name : {"a", "f", "link"}) {
-        EXPECT_EQ(make("/" + name), LogLines{debug(name + " is already exist")});
+    EXPECT_EQ(make("/link"), LogLines{debug("link is already exist")});
+    for (const size_t length : {256U, 5000U}) {
+        EXPECT_EQ(make("/" + std::string(length, 'n'), -1), LogLines{});
     }
-    EXPECT_EQ(make("/"), LogLines{});  // nothing is left to show of this path
-    EXPECT_EQ(make("/nul\0b"s), LogLines{});
-    EXPECT_EQ(make("b"), LogLines{});
-    EXPECT_EQ(make("bc"), LogLines{});
-    EXPECT_EQ(make("bc"), LogLines{debug("c is already exist")});
-    EXPECT_TRUE(exists(kRoot + "b") && exists(kRoot + "bc"));
-    for (const auto& path :
-         {"/x/b"s, "/f/a"s, "/"s + std::string(256, 'n'), "/"s + std::string(5000, 'n')}) {
-        EXPECT_EQ(make(path, -1), LogLines{});
-    }
-    EXPECT_EQ(namesIn(kRoot), (std::vector<std::string>{"a", "f", "link", "nul"}));
-    EXPECT_EQ(readFile(kRoot + "/f"), "file");
-}
-
-TEST_F(Dropbox, RefusesEmptyPathsAndTwoDotsAnywhere) {
-    makeDirectories(kRoot + "/a");
-    for (const bool create : {true, false}) {
-        for (const auto& path : {""s, ".."s, "/.."s, "/x/../y"s, "/a..b"s, "/a/..."s, "/a\0.."s}) {
-            EXPECT_EQ(update(path, create, -1), LogLines{kRefused});
-        }
-    }
-    EXPECT_EQ(make("/./b"), LogLines{});
-    EXPECT_EQ(make("//a.b"), LogLines{});
-    EXPECT_EQ(namesIn(kRoot), (std::vector<std::string>{"a", "a.b", "b"}));
 }
 
 TEST_F(Dropbox, RemovesATreeAndNothingThatLinksInItLeadTo) {
@@ -90,16 +66,6 @@ TEST_F(Dropbox, RemovesATreeAndNothingThatLinksInItLeadTo) {
     EXPECT_EQ(remove("/link"), LogLines{});
     EXPECT_EQ(namesIn("/data/vendor/outside"), std::vector<std::string>{});
     EXPECT_EQ(namesIn(kRoot), std::vector<std::string>{"link"});
-}
-
-TEST_F(Dropbox, LeavesWhatCannotBeOpenedAsADirectory) {
-    writeFile(kRoot + "/f", "file");
-    for (const std::string name : {"/missing", "/f"}) {
-        EXPECT_EQ(remove(name), LogLines{debug(kRoot + name + " is null")});
-    }
-    EXPECT_EQ(remove("/"), LogLines{});
-    EXPECT_FALSE(exists(kRoot));
-    EXPECT_EQ(make("/a", -1), LogLines{});
 }
 
 // A chain of directories, of which the first fifty have a file and an empty directory as well.

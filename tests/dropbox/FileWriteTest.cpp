@@ -1,3 +1,4 @@
+// Signals and full disks. What a write does else is the corpus of fuzz/CallFuzz.cpp.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
@@ -16,73 +17,27 @@
 
 namespace {
 
-using namespace std::string_literals;
 using namespace support;
 
 const std::string kRoot = kDropbox;
-const std::string kTaken = "LumvndhalImpl::write_data_to_vendor_dropbox(), spath=";
 const LogLine kStored = info("LumvndhalImpl::write_data_to_vendor_dropbox(), bres=1 ");
 const LogLine kNotStored = info("LumvndhalImpl::write_data_to_vendor_dropbox(), bres=0 ");
-const LogLine kRefused = error("[ERROR] Path is not correct");
-const LogLine kNotOpened = error("[ERROR] Can't open output file");
-const LogLine kWrongData = error("[ERROR] wrong data");
 const LogLine kNotWritten = error("[ERROR] Failed to write file");
 
 class FileWrite : public testing::Test {
   protected:
-    bool write(const std::string& path, const std::string& content, int32_t length) {
+    bool write(const std::string& path, const std::string& content) {
         const size_t descriptors = openDescriptors();
         bool result = false;
         const std::vector<uint8_t> data(content.begin(), content.end());
-        EXPECT_TRUE(mService->write_data_to_vendor_dropbox(path, data, length, &result).isOk());
+        mService->write_data_to_vendor_dropbox(path, data, static_cast<int32_t>(data.size()),
+                                               &result);
         EXPECT_EQ(openDescriptors(), descriptors);
         return result;
-    }
-    bool write(const std::string& path, const std::string& content) {
-        return write(path, content, static_cast<int32_t>(content.size()));
     }
 
     ServiceUnderTest mService{From::kSameProcess};
 };
-
-TEST_F(FileWrite, LeavesTheFileThatItsResultTells) {
-    makeDirectories(kRoot + "/d");
-    const std::string bytes("\x00\xff\r\n\x80 and more", 14);
-    const std::string large(900 * 1024, 'x');
-    const struct {
-        std::string path, content;
-        int32_t length;
-        LogLines lines;
-        std::string left;  // of a file that had the content "earlier"
-    } cases[] = {
-            {"/f", bytes, 14, {kStored}, bytes},
-            {"/f", large, 900 * 1024, {kStored}, large},
-            {"/f", "abcde", 0, {kStored}, ""},
-            {"/f", "", 0, {kStored}, ""},
-            {"/f", "abc", -1, {kWrongData, kNotStored}, ""},
-            {"/f", "abc", INT32_MIN, {kWrongData, kNotStored}, ""},
-            {"/f", "abc", 2, {kWrongData, kNotStored}, ""},
-            {"/f", "abc", 4, {kWrongData, kNotStored}, ""},
-            {"/1234567890123456", "abc", 3, {kStored}, "earlier"},  // 17 characters
-            {"/12345678901234567", "abc", 3, {info(kTaken + "7 length=3"), kStored}, "earlier"},
-            {"/1234567890123456789", "a", 1, {info(kTaken + "789 length=1"), kStored}, "earlier"},
-            {"/12345678901234567..", "", -1, {info(kTaken + "7.. length=-1"), kRefused}, "earlier"},
-            {"", "abc", 3, {kRefused}, "earlier"},
-            {"/../lum/f", "abc", 3, {kRefused}, "earlier"},
-            {"/f..", "abc", 3, {kRefused}, "earlier"},
-            {"/missing/f", "abc", 9, {kNotOpened}, "earlier"},
-            {"/d", "abc", 9, {kNotOpened}, "earlier"},
-            {"/f/g", "abc", 9, {kNotOpened}, "earlier"},
-    };
-    for (const auto& each : cases) {
-        SCOPED_TRACE(each.path + ' ' + std::to_string(each.length));
-        writeFile(kRoot + "/f", "earlier");
-        EXPECT_EQ(write(each.path, each.content, each.length), each.lines.back() == kStored);
-        EXPECT_EQ(mService.takeLog(), each.lines);
-        EXPECT_EQ(readFile(kRoot + "/f"), each.left);
-    }
-    EXPECT_EQ(readFile(kRoot + "/12345678901234567"), "abc");
-}
 
 std::atomic<int> gInterruptions{0};
 
@@ -110,9 +65,8 @@ TEST_F(FileWrite, IsNotCutShortBySignals) {
         EXPECT_EQ(received.substr(0, got), sent);
         ::close(fd);
     });
-    const std::vector<uint8_t> data(sent.begin(), sent.end());
     bool result = false;
-    mService->write_data_to_vendor_dropbox("/pipe", data, 200000, &result);
+    mService->write_data_to_vendor_dropbox("/pipe", {sent.begin(), sent.end()}, 200000, &result);
     EXPECT_TRUE(result);
     reader.join();
 }
@@ -137,7 +91,7 @@ TEST_F(FullDisk, IsNeverAnsweredWithTrueForSmallOrLargeBlocks) {
     EXPECT_FALSE(write("/full/small", "abc"));
     EXPECT_EQ(mService.takeLog(), (LogLines{kNotWritten, kNotStored}));
     EXPECT_FALSE(exists(kRoot + "/full/small"));
-    EXPECT_TRUE(write("/full/empty", "", 0));
+    EXPECT_TRUE(write("/full/empty", ""));
 }
 
 TEST_F(FullDisk, StaysEmptyWhenTheTreeThatHoldsItIsRemoved) {

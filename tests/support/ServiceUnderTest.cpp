@@ -28,10 +28,6 @@ int serve(void (*prepare)(LumvndhalImpl&)) {
 
 }  // namespace
 
-std::string nameOf(From from) {
-    return from == From::kSameProcess ? "SameProcess" : "OtherProcess";
-}
-
 ServiceUnderTest::ServiceUnderTest(From from, void (*prepare)(LumvndhalImpl&)) {
     if (from == From::kSameProcess) {
         mInterface = makeObject(prepare);

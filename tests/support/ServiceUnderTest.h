@@ -17,12 +17,6 @@ using aidl::vendor::tav::lumvndhal_aidl::LumvndhalImpl;
 // process.
 enum class From { kSameProcess, kOtherProcess };
 
-// For test parameters.
-std::string nameOf(From from);
-inline std::ostream& operator<<(std::ostream& out, From from) {
-    return out << nameOf(from);
-}
-
 // A service object to test. In kSameProcess with the lines it logs, in kOtherProcess in a forked
 // process, which `prepare` may set up before it serves; so it must be made before this process has
 // threads.
