@@ -54,20 +54,28 @@ void fill(ByteQueue* queue, const ByteQueueDescriptor& desc, const Content& cont
     queue->commitWrite(content.size());
 }
 
-Failure notTaken() {
+Failure notTaken(const std::string& why) {
     return {kRefused,
-            "the service did not take the bytes (other clients replace its queue, or it has no "
-            "memory for them): try again, or split the file"};
+            "the service did not take the bytes (" + why + "): try again, or split the file"};
 }
 
-enum class Outcome { kStored, kFailed, kNotTaken };
+enum class Outcome { kStored, kFailed, kNotTaken, kOvertaken };
 
-// One attempt.
+// What the answer to the request means, by the bytes that are left in our queue.
 //
 // The service has one queue for all its clients. Another client may put its own in place of ours at
-// any time, or ask for bytes while ours is in place; the answer to a request is then about the
-// wrong bytes. Our own read counter tells: our request moves it by all of our bytes. It takes two
-// rivals at the same moment, one of them with a block as long as ours, to deceive us.
+// any time, or ask for bytes while ours is in place; the answer is then about the wrong bytes. Our
+// own read counter tells: our request moves it by all of our bytes. It takes two rivals at the same
+// moment, one of them with a block as long as ours, to deceive us.
+//
+// Bytes left and a success, or a part of them gone, can only be another client's doing: kOvertaken,
+// and our request was not carried out. All of them left and a failure has many causes.
+Outcome outcomeOf(bool stored, size_t left, size_t size) {
+    if (left == 0) return stored ? Outcome::kStored : Outcome::kFailed;
+    return stored || left < size ? Outcome::kOvertaken : Outcome::kNotTaken;
+}
+
+// One attempt.
 Outcome offer(Client* client, const std::string& path, const Content& content, ByteQueue* queue,
               Progress* progress) {
     const ByteQueueDescriptor desc = queue->dupeDesc();
@@ -75,12 +83,11 @@ Outcome offer(Client* client, const std::string& path, const Content& content, B
         throw Failure(kRefused, "the service refused the queue: its log tells why");
     }
     fill(queue, desc, content, progress);
-    if (queue->availableToRead() != content.size()) return Outcome::kNotTaken;
+    if (queue->availableToRead() != content.size()) return Outcome::kOvertaken;
     progress->storing();
     const bool stored = client->requestRead(path, static_cast<int32_t>(content.size()));
     progress->stored();
-    if (queue->availableToRead() != 0) return Outcome::kNotTaken;
-    return stored ? Outcome::kStored : Outcome::kFailed;
+    return outcomeOf(stored, queue->availableToRead(), content.size());
 }
 
 // Clients that got into each other's way would do so again if they went on at the same pace.
@@ -91,7 +98,7 @@ void letOthersFinish(Clock::duration longest) {
 }
 
 // lumctl processes take turns, so that they do not get into each other's way at all. A courtesy:
-// where the lock cannot be had, the attempts below do. It ends with the descriptor.
+// where the lock cannot be had they go on without. It ends with the descriptor.
 ::ndk::ScopedFileDescriptor takeTurn(Progress* progress) {
     ::ndk::ScopedFileDescriptor lock(
             ::open(onDevice("/data").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
@@ -119,18 +126,22 @@ bool storeThroughQueue(Client* client, const std::string& path, const Content& c
     for (int attempt = 1; attempt <= kAttempts; ++attempt) {
         const auto start = Clock::now();
         const Outcome outcome = offer(client, path, content, &queue, progress);
-        if (outcome != Outcome::kNotTaken) return outcome == Outcome::kStored;
+        if (outcome == Outcome::kNotTaken) {
+            throw notTaken("another client replaced its queue, or it has no memory for them");
+        }
+        if (outcome != Outcome::kOvertaken) return outcome == Outcome::kStored;
         letOthersFinish(attempt * (Clock::now() - start));
     }
-    throw notTaken();
+    throw notTaken("other clients use its queue");
 }
 
 bool attachFilledQueue(Client* client, size_t size, const Content& content) {
     ByteQueue queue(size);
     if (!queue.isValid()) throw noMemory(size);
     const ByteQueueDescriptor desc = queue.dupeDesc();
-    if (!client->configure(desc)) return false;
     Progress progress(content.size(), {});
+    const ::ndk::ScopedFileDescriptor turn = takeTurn(&progress);
+    if (!client->configure(desc)) return false;
     if (content.size() > 0) fill(&queue, desc, content, &progress);
     return true;
 }

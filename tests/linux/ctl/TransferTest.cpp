@@ -106,21 +106,18 @@ class Transfer : public testing::Test {
 
 }  // namespace
 
-TEST_F(Transfer, BringsTheBytesInOneBlock) {
+TEST_F(Transfer, TriesAgainOnceItKnowsThatAnotherClientsQueueWasRead) {
+    mService->rivals = 2;
+    mService->rivalAnswer = true;
     EXPECT_TRUE(store());
     EXPECT_TRUE(mService->stored == mBytes);
-    EXPECT_EQ(mService->configured, 1);
+    EXPECT_EQ(mService->configured, 3);
 }
 
-TEST_F(Transfer, TriesAgainWhenAnotherClientsQueueWasRead) {
-    for (const bool rivalAnswer : {true, false}) {
-        mService->rivals = 2;
-        mService->configured = 0;
-        mService->rivalAnswer = rivalAnswer;
-        EXPECT_TRUE(store());
-        EXPECT_TRUE(mService->stored == mBytes);
-        EXPECT_EQ(mService->configured, 3);
-    }
+TEST_F(Transfer, IsNotRepeatedWhenTheServiceTookNothing) {
+    mService->rivals = 1;
+    EXPECT_TRUE(fails(lumctl::kRefused, "did not take the bytes", [&] { store(); }));
+    EXPECT_EQ(mService->configured, 1);
 }
 
 TEST_F(Transfer, NeverTakesARivalsSuccessForItsOwn) {
