@@ -17,22 +17,24 @@
 namespace {
 
 using namespace std::chrono_literals;
+using namespace std::string_literals;
 using namespace support;
 using aidl::vendor::tav::lumvndhal_aidl::LumvndhalGenericData;
 
 TEST(ServiceSetUp, LogsBothCallsAndLetsTheLastOneHold) {
     LogCapture log;
     const auto service = ndk::SharedRefBase::make<LumvndhalImpl>();
-    service->init_session_operator(nullptr, nullptr, nullptr,
-                                   [](std::string& to) { to = "first"; });
-    service->init_session_operator(nullptr, nullptr, nullptr,
-                                   [](std::string& to) { to = "second"; });
+    for (const auto state :
+         {+[](std::string& to) { to = "1"; }, +[](std::string& to) { to = "2"; }}) {
+        service->init_session_operator(nullptr, nullptr, nullptr, state);
+        EXPECT_EQ(log.take(), LogLines{debug("init_session_operator")});
+    }
+    EXPECT_EQ(service->getCollectorsState("collectorsState"), "2");
+    log.take();
     service->set_lumtr_version("2.1");
     service->set_lumtr_version(nullptr);
-    EXPECT_EQ(log.take(), (LogLines{debug("init_session_operator"), debug("init_session_operator"),
-                                    verbose("set_lumtr_version() lumtr_version=2.1"),
+    EXPECT_EQ(log.take(), (LogLines{verbose("set_lumtr_version() lumtr_version=2.1"),
                                     verbose("set_lumtr_version() lumtr_version=")}));
-    EXPECT_EQ(service->getCollectorsState("collectorsState"), "second");
 }
 
 std::atomic<bool> gInside{false};
@@ -58,11 +60,9 @@ TEST(ServiceLock, KeepsTheSixMethodsApart) {
             [&] { service->update_vendor_dropbox("", true, &number); },
             [&] { service->write_data_to_vendor_dropbox("", {}, 0, &truth); },
     };
-    std::thread inside([&] {
-        LumvndhalGenericData state;
-        int32_t result = 0;
-        service->get_vnd_data("collectorsState", &state, &result);
-    });
+    LumvndhalGenericData state;
+    int32_t result = 0;
+    std::thread inside([&] { service->get_vnd_data("collectorsState", &state, &result); });
     while (!gInside) std::this_thread::sleep_for(1ms);
     std::atomic<int> returned{0};
     std::vector<std::thread> waiting;
@@ -97,8 +97,8 @@ TEST(ServiceFiles, AreClosedWhenTheHostStartsAnotherProgram) {
     ::signal(SIGPIPE, SIG_IGN);
     LogCapture log;
     const auto service = ndk::SharedRefBase::make<LumvndhalImpl>();
-    const std::string block(100000, '\n');
-    const std::string statistics = std::string("\0\1\x86\xa0", 4) + block;
+    const std::vector<uint8_t> block(100000, '\n');
+    const std::string statistics = "\0\1\x86\xa0"s + std::string(100000, '\n');
     bool truth = false;
     int32_t number = 0;
     LumvndhalGenericData data;
@@ -106,10 +106,7 @@ TEST(ServiceFiles, AreClosedWhenTheHostStartsAnotherProgram) {
             {"/data/vendor/lum/shared/1503/nwstats.tmp",
              [&] { service->set_vnd_data("LUMNETSTATS", statistics, &number); }},
             {"/data/vendor/lum/f",
-             [&] {
-                 service->write_data_to_vendor_dropbox("/f", {block.begin(), block.end()}, 100000,
-                                                       &truth);
-             }},
+             [&] { service->write_data_to_vendor_dropbox("/f", block, 100000, &truth); }},
             {"/vendor/firmware_mnt/verinfo/ver_info.txt",
              [&] { service->get_vnd_data("BUILDID", &data, &number); }},
     };
@@ -144,7 +141,6 @@ class Stub : public testing::Test {
 TEST_F(Stub, RefusesRequestsThatLackAnArgument) {
     auto noPath = request();
     AParcel_writeString(noPath.get(), nullptr, -1);
-    AParcel_writeInt32(noPath.get(), 1);
     EXPECT_EQ(send(2, std::move(noPath)), STATUS_UNEXPECTED_NULL);
     auto noCount = request();
     ndk::AParcel_writeString(noCount.get(), std::string("/f"));
@@ -152,9 +148,7 @@ TEST_F(Stub, RefusesRequestsThatLackAnArgument) {
     auto noBytes = request();
     ndk::AParcel_writeString(noBytes.get(), std::string("/f"));
     AParcel_writeByteArray(noBytes.get(), nullptr, -1);
-    AParcel_writeInt32(noBytes.get(), 0);
     EXPECT_EQ(send(6, std::move(noBytes)), STATUS_UNEXPECTED_NULL);
-    EXPECT_EQ(send(1, request()), STATUS_NOT_ENOUGH_DATA);
     EXPECT_EQ(send(7, request()), STATUS_UNKNOWN_TRANSACTION);
 }
 
@@ -162,31 +156,22 @@ TEST_F(Stub, NeverEntersAMethodWithATextThatIsCutShort) {
     int32_t result = 7;
     const auto status = mService->update_vendor_dropbox("/\xe2\x82", true, &result);
     EXPECT_EQ(status.getExceptionCode(), EX_TRANSACTION_FAILED);
-    EXPECT_EQ(result, 7);
-    EXPECT_EQ(namesIn(kDropbox), std::vector<std::string>{});
+    EXPECT_TRUE(result == 7 && namesIn(kDropbox).empty());
 }
 
 // --- Ownership.
 
 TEST(ServiceOwnershipDeathTest, AllowsNoOtherWayThanMake) {
     EXPECT_DEATH({ LumvndhalImpl onTheStack; }, "never had a reference");
-    EXPECT_DEATH(
-            {
-                const auto owner = ndk::SharedRefBase::make<LumvndhalImpl>();
-                std::unique_ptr<LumvndhalImpl> second(owner.get());
-                second.reset();
-            },
-            "second owner");
+    const auto owner = ndk::SharedRefBase::make<LumvndhalImpl>();
+    EXPECT_DEATH(delete owner.get(), "second owner");
 }
 
 TEST(ServiceOwnership, EndsWithTheLastReference) {
-    std::weak_ptr<LumvndhalImpl> weak;
-    ndk::SpAIBinder binder;
-    {
-        const auto service = ndk::SharedRefBase::make<LumvndhalImpl>();
-        weak = service;
-        binder = service->asBinder();
-    }
+    auto service = ndk::SharedRefBase::make<LumvndhalImpl>();
+    const std::weak_ptr<LumvndhalImpl> weak = service;
+    ndk::SpAIBinder binder = service->asBinder();
+    service.reset();
     EXPECT_FALSE(weak.expired());  // the binder holds the object
     binder.set(nullptr);
     EXPECT_TRUE(weak.expired());

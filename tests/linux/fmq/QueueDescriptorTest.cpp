@@ -17,11 +17,11 @@ namespace {
 
 constexpr size_t kMemory = 8192;
 
-::ndk::ScopedFileDescriptor makeMemory(size_t size, int seals = F_SEAL_SHRINK, unsigned flags = 0) {
+::ndk::ScopedFileDescriptor makeMemory(size_t size, unsigned flags = 0) {
     ::ndk::ScopedFileDescriptor fd(memfd_create("test", MFD_CLOEXEC | MFD_ALLOW_SEALING | flags));
     if (fd.get() < 0) return fd;
     EXPECT_EQ(ftruncate(fd.get(), static_cast<off_t>(size)), 0);
-    EXPECT_EQ(fcntl(fd.get(), F_ADD_SEALS, seals), 0);
+    EXPECT_EQ(fcntl(fd.get(), F_ADD_SEALS, F_SEAL_SHRINK), 0);
     return fd;
 }
 
@@ -58,8 +58,7 @@ void expectRefused(const Descriptor& desc, const std::string& reason) {
         int8_t byte = 0;
         EXPECT_FALSE(queue.read(&byte, 1) || queue.write(&byte, 1) || queue.read(&byte, 0));
         EXPECT_EQ(queue.availableToRead() + queue.availableToWrite() + queue.getQuantumCount(), 0U);
-        EXPECT_EQ(queue.getEventFlagWord(), nullptr);
-        EXPECT_TRUE(queue.dupeDesc().grantors.empty());
+        EXPECT_TRUE(queue.getEventFlagWord() == nullptr && queue.dupeDesc().grantors.empty());
     }
     __android_log_set_logger(__android_log_stderr_logger);
     EXPECT_EQ(support::openDescriptors(), descriptors);
@@ -67,52 +66,37 @@ void expectRefused(const Descriptor& desc, const std::string& reason) {
 }
 
 TEST(Queue, RefusesRegionsThatAreNotWithinTheirMemory) {
-    const struct {
-        size_t index;
-        GrantorDescriptor region;
-        const char* reason;
-    } cases[] = {
-            {0, {-1, 0, 8}, "negative"},
-            {2, {0, -8, 100}, "negative"},
-            {2, {0, 16, INT64_MIN}, "negative"},
-            {4, {0, -1, 0}, "negative"},  // though it is ignored otherwise
-            {1, {1, 8, 8}, "no descriptor 1"},
-            {2, {INT32_MAX, 16, 100}, "no descriptor"},
-            {2, {0, 16, 0}, "ring: 0 bytes"},
-            {0, {0, 0, 7}, "read counter: 7"},
-            {1, {0, 8, 0}, "write counter: 0"},
-            {3, {0, 120, 3}, "event flag: 3"},
-            {0, {0, 1028, 8}, "aligned"},
-            {1, {0, 1025, 8}, "aligned"},
-            {2, {0, 20, 100}, "aligned"},
-            {3, {0, 122, 4}, "aligned"},
-            {2, {0, 4096, 4097}, "beyond the 8192 bytes"},
-            {0, {0, 8192, 8}, "beyond"},
-            {2, {0, INT32_MAX - 7, 100}, "beyond"},
-            {2, {0, 16, INT64_MAX}, "beyond"},  // the sum would overflow
-            {1, {0, 0, 8}, "overlap"},
-            {0, {0, 64, 8}, "overlap"},
-            {3, {0, 112, 4}, "overlap"},
-            {0, {0, 0, 9}, "overlap"},
+    using Regions = std::vector<std::pair<size_t, GrantorDescriptor>>;
+    const std::pair<const char*, Regions> cases[] = {
+            // The fourth counts though it is ignored otherwise.
+            {"negative",
+             {{0, {-1, 0, 8}}, {2, {0, -8, 100}}, {2, {0, 16, INT64_MIN}}, {4, {0, -1, 0}}}},
+            {"there is no descriptor", {{1, {1, 8, 8}}, {2, {INT32_MAX, 16, 100}}}},
+            {"bytes are not its size",
+             {{2, {0, 16, 0}}, {0, {0, 0, 7}}, {1, {0, 8, 0}}, {3, {0, 120, 3}}}},
+            {"aligned",
+             {{0, {0, 1028, 8}}, {1, {0, 1025, 8}}, {2, {0, 20, 100}}, {3, {0, 122, 4}}}},
+            {"beyond",
+             {{2, {0, 4096, 4097}},
+              {0, {0, 8192, 8}},
+              {2, {0, INT32_MAX - 7, 100}},
+              {2, {0, 16, INT64_MAX}}}},
+            {"overlap", {{1, {0, 0, 8}}, {0, {0, 64, 8}}, {3, {0, 112, 4}}, {0, {0, 0, 9}}}},
     };
-    for (const auto& refused : cases) {
-        SCOPED_TRACE(::testing::PrintToString(&refused - cases) + ' ' + refused.reason);
-        Descriptor desc = goodDescriptor();
-        if (refused.index == desc.grantors.size()) desc.grantors.emplace_back();
-        desc.grantors[refused.index] = refused.region;
-        expectRefused(desc, refused.reason);
+    for (const auto& [reason, regions] : cases) {
+        for (const auto& [index, region] : regions) {
+            SCOPED_TRACE(region.toString());
+            Descriptor desc = goodDescriptor();
+            if (index == desc.grantors.size()) desc.grantors.emplace_back();
+            desc.grantors[index] = region;
+            expectRefused(desc, reason);
+        }
     }
-}
-
-// What takes the place of the memory.
-void useFile(Descriptor& desc, int fd) {
-    EXPECT_GE(fd, 0);
-    desc.handle.fds[0].set(fd);
 }
 
 void reopen(Descriptor& desc, int flags) {
     const std::string path = "/proc/self/fd/" + std::to_string(desc.handle.fds[0].get());
-    useFile(desc, open(path.c_str(), flags | O_CLOEXEC));
+    desc.handle.fds[0].set(open(path.c_str(), flags | O_CLOEXEC));
 }
 
 void overlapThroughAnotherDescriptor(Descriptor& desc) {
@@ -130,31 +114,20 @@ TEST(Queue, RefusesWhatIsNoSealedMemoryOfTheRightShape) {
         const char* reason;
         std::function<void(Descriptor&)> change;
     } cases[] = {
-            {"negative", [](Descriptor& d) { d.quantum = -1; }},
-            {"negative", [](Descriptor& d) { d.flags = -1; }},
-            {"0 regions", [](Descriptor& d) { d.grantors.clear(); }},
-            {"2 regions", [](Descriptor& d) { d.grantors.resize(2); }},
             {"no descriptor 0", [](Descriptor& d) { d.handle.fds.clear(); }},
-            {"elements", [](Descriptor& d) { d.quantum = 0; }},
-            {"elements", [](Descriptor& d) { d.quantum = 2; }},
             {"overlap", overlapThroughAnotherDescriptor},
             {"span", takeAllAddressSpace},
-            {"sealable", [](Descriptor& d) { useFile(d, open("/", O_RDONLY | O_CLOEXEC)); }},
-            {"sealable", [](Descriptor& d) { useFile(d, socket(AF_UNIX, SOCK_STREAM, 0)); }},
-            {"sealable", [](Descriptor& d) { useFile(d, open("/dev/zero", O_RDWR)); }},
-            {"Bad file descriptor", [](Descriptor& d) { d.handle.fds[0].set(-1); }},
+            {"sealable",
+             [](Descriptor& d) { d.handle.fds[0].set(socket(AF_UNIX, SOCK_STREAM, 0)); }},
+            {"sealable", [](Descriptor& d) { d.handle.fds[0].set(open("/dev/zero", O_RDWR)); }},
             {"Bad file descriptor", [](Descriptor& d) { reopen(d, O_PATH); }},
             {"cannot map", [](Descriptor& d) { reopen(d, O_RDONLY); }},
-            {"not sealed", [](Descriptor& d) { d.handle.fds[0] = makeMemory(kMemory, 0); }},
             {"beyond", [](Descriptor& d) { d.handle.fds[0] = makeMemory(0); }},
             // Those may be missing when touched. Some kernels have none at all.
-            {"",
-             [](Descriptor& d) {
-                 d.handle.fds[0] = makeMemory(2 << 20, F_SEAL_SHRINK, MFD_HUGETLB);
-             }},
+            {"", [](Descriptor& d) { d.handle.fds[0] = makeMemory(2 << 20, MFD_HUGETLB); }},
     };
     for (const auto& refused : cases) {
-        SCOPED_TRACE(::testing::PrintToString(&refused - cases) + ' ' + refused.reason);
+        SCOPED_TRACE(&refused - cases);
         Descriptor desc = goodDescriptor();
         refused.change(desc);
         expectRefused(desc, refused.reason);
@@ -168,23 +141,13 @@ TEST(Queue, IsNotValidAndDescribesNothingWhereDescriptorsAreUsedUp) {
     getrlimit(RLIMIT_NOFILE, &limit);
     const rlimit none = {0, limit.rlim_max};
     setrlimit(RLIMIT_NOFILE, &none);
-    const bool made = Queue(100).isValid();
-    const bool attached = Queue(desc).isValid();
+    const bool isAny = Queue(100).isValid() || Queue(desc).isValid();
     const Descriptor described = queue.dupeDesc();
     setrlimit(RLIMIT_NOFILE, &limit);
-    EXPECT_FALSE(made || attached);
+    EXPECT_FALSE(isAny);
     EXPECT_TRUE(described.grantors.empty() && described.handle.fds.empty());
     EXPECT_EQ(described.quantum, 0);
     EXPECT_EQ(queue.dupeDesc().handle.fds.size(), 1U);
-}
-
-TEST(Queue, RefusesARingThatHoldsPartOfAnElement) {
-    using WideQueue = ::android::AidlMessageQueue<uint64_t, SynchronizedReadWrite>;
-    auto desc = WideQueue(10).dupeDesc();
-    desc.grantors[2].extent = 76;
-    EXPECT_FALSE(WideQueue(desc).isValid());
-    desc.grantors[2].extent = 72;
-    EXPECT_EQ(WideQueue(desc).getQuantumCount(), 9U);
 }
 
 TEST(Queue, AcceptsRegionsInAnyOrderAndPlaceAndWhatItDoesNotKnow) {
@@ -195,23 +158,20 @@ TEST(Queue, AcceptsRegionsInAnyOrderAndPlaceAndWhatItDoesNotKnow) {
             {{0, 0, 8}, {1, 0, 8}, {2, 0, 100}, {3, 0, 4}},
     };
     for (const auto& grantors : accepted) {
-        for (const int32_t flags : {0, 2}) {
-            Descriptor desc = goodDescriptor();
-            desc.grantors = grantors;
-            desc.flags = flags;
-            desc.handle.ints = {-1, 5};
-            for (int i = 0; i < 3; ++i) desc.handle.fds.push_back(makeMemory(kMemory));
-            desc.handle.fds.emplace_back(-1);
-            Queue reader(desc);
-            Queue writer(reader.dupeDesc());
-            EXPECT_EQ(writer.dupeDesc().flags, flags);
-            const std::vector<int8_t> sent =
-                    streamBytes(5, static_cast<size_t>(grantors[2].extent));
-            std::vector<int8_t> received(sent.size());
-            ASSERT_TRUE(writer.write(sent.data(), sent.size()));
-            ASSERT_TRUE(reader.read(received.data(), sent.size()));
-            EXPECT_EQ(received, sent);
-        }
+        Descriptor desc = goodDescriptor();
+        desc.grantors = grantors;
+        desc.flags = 2;
+        desc.handle.ints = {-1, 5};
+        for (int i = 0; i < 3; ++i) desc.handle.fds.push_back(makeMemory(kMemory));
+        desc.handle.fds.emplace_back(-1);
+        Queue reader(desc);
+        Queue writer(reader.dupeDesc());
+        EXPECT_EQ(writer.dupeDesc().flags, 2);
+        const auto sent = streamBytes(5, static_cast<size_t>(grantors[2].extent));
+        std::vector<int8_t> received(sent.size());
+        ASSERT_TRUE(writer.write(sent.data(), sent.size()));
+        ASSERT_TRUE(reader.read(received.data(), sent.size()));
+        EXPECT_EQ(received, sent);
     }
 }
 

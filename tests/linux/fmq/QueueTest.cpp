@@ -48,32 +48,24 @@ void expectStream(Queue& queue, uint64_t first, size_t count) {
 TEST(Queue, MovesWholeBlocksOrNothing) {
     Queue queue(100);
     std::vector<int8_t> untouched(101, 42);
-    EXPECT_TRUE(queue.read(nullptr, 0));
-    EXPECT_TRUE(queue.write(nullptr, 0));
-    EXPECT_FALSE(queue.read(untouched.data(), 1));
-    EXPECT_FALSE(writeStream(queue, 0, 101));
-    EXPECT_EQ(queue.availableToWrite(), 100U);
+    EXPECT_TRUE(queue.read(nullptr, 0) && queue.write(nullptr, 0));
+    EXPECT_FALSE(queue.read(untouched.data(), 1) || writeStream(queue, 0, 101));
     EXPECT_TRUE(writeStream(queue, 0, 100));
-    EXPECT_FALSE(writeStream(queue, 100, 1));
+    EXPECT_FALSE(writeStream(queue, 100, 1) || queue.read(untouched.data(), 101));
     EXPECT_EQ(queue.availableToWrite(), 0U);
-
-    EXPECT_FALSE(queue.read(untouched.data(), 101));
     expectStream(queue, 0, 60);
     EXPECT_FALSE(queue.read(untouched.data(), 41));
     EXPECT_EQ(untouched, std::vector<int8_t>(101, 42));
-    EXPECT_EQ(queue.availableToRead(), 40U);
     expectStream(queue, 60, 40);
 }
 
 TEST(Queue, CountsInElements) {
     using Element = std::array<uint64_t, 2>;
     ::android::AidlMessageQueue<Element, SynchronizedReadWrite> queue(3);
-    EXPECT_EQ(queue.getQuantumCount(), 3U);
-    EXPECT_EQ(queue.getQuantumSize(), 16U);
+    EXPECT_TRUE(queue.getQuantumCount() == 3 && queue.getQuantumSize() == 16);
     const Element elements[] = {{1, 2}, {3, 4}};
     ASSERT_TRUE(queue.write(elements, 2));
-    EXPECT_EQ(queue.availableToRead(), 2U);
-    EXPECT_EQ(queue.availableToWrite(), 1U);
+    EXPECT_TRUE(queue.availableToRead() == 2 && queue.availableToWrite() == 1);
     Element read[2] = {};
     EXPECT_FALSE(queue.read(read, SIZE_MAX / 16 + 2));
     decltype(queue)::MemTransaction parts;
@@ -83,47 +75,33 @@ TEST(Queue, CountsInElements) {
     EXPECT_EQ(*parts.getFirstRegion().getAddress(), elements[0]);
     ASSERT_TRUE(queue.read(read, 2));
     EXPECT_EQ(read[1], elements[1]);
+    auto desc = queue.dupeDesc();
+    desc.grantors[2].extent -= 8;  // part of an element
+    EXPECT_FALSE(decltype(queue)(desc).isValid());
 }
 
 TEST(Queue, CannotBeMadeForNoElementsOrForTooMany) {
     using WideQueue = ::android::AidlMessageQueue<uint64_t, SynchronizedReadWrite>;
-    EXPECT_FALSE(Queue(0).isValid());
-    EXPECT_FALSE(Queue(SIZE_MAX).isValid());
-    EXPECT_FALSE(Queue(size_t{1} << 31).isValid());
+    for (const size_t count : {size_t{0}, SIZE_MAX, size_t{1} << 31}) {
+        EXPECT_FALSE(Queue(count).isValid()) << count;
+    }
     EXPECT_FALSE(WideQueue(SIZE_MAX / 8 + 2).isValid());
 }
 
 TEST(Queue, DescribesItselfAsOnADevice) {
     Queue plain(100);
     const Descriptor desc = plain.dupeDesc();
-    EXPECT_EQ(desc.grantors, (std::vector<GrantorDescriptor>{{0, 0, 8}, {0, 8, 8}, {0, 16, 100}}));
-    EXPECT_EQ(desc.quantum, 1);
-    EXPECT_EQ(desc.flags, 1);
-    EXPECT_TRUE(desc.handle.ints.empty());
+    std::vector<GrantorDescriptor> regions = {{0, 0, 8}, {0, 8, 8}, {0, 16, 100}};
+    EXPECT_EQ(desc.grantors, regions);
+    EXPECT_TRUE(desc.quantum == 1 && desc.flags == 1 && desc.handle.ints.empty());
     ASSERT_EQ(desc.handle.fds.size(), 1U);
     EXPECT_NE(fcntl(desc.handle.fds[0].get(), F_GETFD) & FD_CLOEXEC, 0);
     EXPECT_EQ(plain.getEventFlagWord(), nullptr);
-
     Queue flagged(100, true);
-    ASSERT_EQ(flagged.dupeDesc().grantors.size(), 4U);
-    EXPECT_EQ(flagged.dupeDesc().grantors[3], (GrantorDescriptor{0, 120, 4}));
-}
-
-TEST(Queue, SharesItsBytesWithOtherEndsUntilOneOfThemResetsIt) {
-    Queue writer(100, true);
-    Queue reader(writer.dupeDesc());
-    ASSERT_TRUE(writeStream(writer, 0, 30));
-    expectStream(reader, 0, 20);
-    Queue third(reader.dupeDesc(), false);
-    EXPECT_EQ(third.availableToRead(), 10U);
-    ASSERT_NE(reader.getEventFlagWord(), nullptr);
-    *writer.getEventFlagWord() = 5;
-    EXPECT_EQ(*reader.getEventFlagWord(), 5U);
-
-    Queue resetting(writer.dupeDesc());
-    EXPECT_EQ(reader.availableToRead(), 0U);
-    ASSERT_TRUE(writeStream(writer, 500, 100));
-    expectStream(resetting, 500, 100);
+    regions.push_back({0, 120, 4});
+    EXPECT_EQ(flagged.dupeDesc().grantors, regions);
+    *flagged.getEventFlagWord() = 5;
+    EXPECT_EQ(*Queue(flagged.dupeDesc()).getEventFlagWord(), 5U);
 }
 
 // Blocks of random sizes through a ring that wraps all the time, once started so that the counters
@@ -159,22 +137,16 @@ TEST(Queue, GoesOnWhenTheRingAndItsCountersWrap) {
 TEST(Queue, DropsWhatWaitsWhenTheCountersMakeNoSense) {
     Queue queue(100);
     RawView raw(queue);
-    const std::pair<uint64_t, uint64_t> overruns[] = {
-            {0, 101}, {1000, 999}, {7, UINT64_MAX}, {UINT64_MAX, 100}, {uint64_t{1} << 63, 0}};
+    const std::pair<uint64_t, uint64_t> overruns[] = {{0, 101}, {1000, 999}, {UINT64_MAX, 100}};
     for (const auto& [read, written] : overruns) {
-        SCOPED_TRACE(read);
         raw->readCounter = read;
         raw->writeCounter = written;
         EXPECT_EQ(queue.availableToRead() + queue.availableToWrite(), 0U);
         EXPECT_FALSE(writeStream(queue, 0, 1));
-
         int8_t byte = 42;
         EXPECT_FALSE(queue.read(&byte, 1));
         EXPECT_EQ(byte, 42);
-        EXPECT_EQ(raw->readCounter, written);
-        EXPECT_EQ(raw->writeCounter, written);
-        EXPECT_TRUE(writeStream(queue, 3, 100));
-        expectStream(queue, 3, 100);
+        EXPECT_TRUE(raw->readCounter == written && raw->writeCounter == written) << read;
     }
 }
 
@@ -206,9 +178,7 @@ TEST(EventFlag, HandsEachBitToOneWaiter) {
     EXPECT_EQ(state, 0U);
     EXPECT_EQ(flag->wake(1 | 4), ::android::NO_ERROR);
     EXPECT_EQ(flag->wait(1 | 2, &state, 1000000), ::android::NO_ERROR);
-    EXPECT_EQ(state, 1U);
-    EXPECT_EQ(word, 4U);
-
+    EXPECT_TRUE(state == 1 && word == 4);
     std::thread waker([flag] {
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
         flag->wake(2);
