@@ -20,22 +20,12 @@ constexpr char kSerialNumber[] = "/sys/devices/soc0/serial_number";
 constexpr char kCountFile[] = "/mnt/vendor/persist/lum/frc.dat";
 const LogLine kSerialAsked = info("get_chipset_serial()");
 
-// A file that exists and that nobody can open, the superuser included.
-void replaceBySocket(const std::string& path) {
-    removeAll(path);
-    ASSERT_EQ(::mknod(path.c_str(), S_IFSOCK | 0600, 0), 0);
-}
-void replaceByDirectory(const std::string& path) {
-    removeAll(path);
-    makeDirectories(path);
-}
+constexpr const char* kFiles[] = {kVersionFile, kSocId, kSerialNumber, kCountFile};
 
 class DeviceFacts : public testing::Test {
   protected:
     void SetUp() override {
-        for (const char* path : {kVersionFile, kSocId, kSerialNumber, kCountFile}) {
-            writeFile(path, "");
-        }
+        for (const char* path : kFiles) writeFile(path, "");
     }
     void TearDown() override { EXPECT_EQ(openDescriptors(), mDescriptors); }
 
@@ -58,10 +48,6 @@ class DeviceFacts : public testing::Test {
         EXPECT_EQ(capacity, static_cast<int>(serial.size()));
         EXPECT_EQ(mLog.take(), LogLines{kSerialAsked});
     }
-    void expectCount(const LogLine& line) {
-        EXPECT_EQ(mObject->get_factory_reset_count(), 0);
-        EXPECT_EQ(mLog.take(), LogLines{line});
-    }
 
     std::shared_ptr<LumvndhalImpl> mObject = ndk::SharedRefBase::make<LumvndhalImpl>();
     LogCapture mLog;
@@ -69,21 +55,26 @@ class DeviceFacts : public testing::Test {
 };
 
 TEST_F(DeviceFacts, AreMissingWhereAFileCannotBeOpenedAndEmptyWhereItCannotBeRead) {
-    for (const char* path : {kVersionFile, kSocId, kSerialNumber, kCountFile}) {
-        replaceBySocket(path);
+    for (const char* path : kFiles) {  // sockets, which not even the superuser can open
+        removeAll(path);
+        ASSERT_EQ(::mknod(path, S_IFSOCK | 0600, 0), 0);
     }
     expectBuildId(
             "", info("get_build_id: "s + kVersionFile + " file not exist. Use platform BuildId\n"));
     expectSerial("-+000000000");
     const std::string count = "get_factory_reset_count:";
-    expectCount(error(count + "Could not open LUM_FACTORY_RESET_COUNT_PERSIST_FILE"));
-    for (const char* path : {kVersionFile, kSocId, kSerialNumber, kCountFile}) {
-        replaceByDirectory(path);
+    EXPECT_EQ(mObject->get_factory_reset_count(), 0);
+    EXPECT_EQ(mLog.take(),
+              LogLines{error(count + "Could not open LUM_FACTORY_RESET_COUNT_PERSIST_FILE")});
+    for (const char* path : kFiles) {
+        removeAll(path);
+        makeDirectories(path);
     }
     expectBuildId("", info("get_build_id: Both APPS_ID and META_ID are not found. "
                            "Use platform BuildId\n"));
     expectSerial("-+-");
-    expectCount(info(count + "LUM_FACTORY_RESET_COUNT_PERSIST_FILE : 0, "));
+    EXPECT_EQ(mObject->get_factory_reset_count(), 0);
+    EXPECT_EQ(mLog.take(), LogLines{info(count + "LUM_FACTORY_RESET_COUNT_PERSIST_FILE : 0, ")});
 }
 
 TEST_F(DeviceFacts, StayWithinTheirBuffers) {
@@ -121,17 +112,11 @@ TEST_F(DeviceFacts, RefuseBuffersThatAreNone) {
 
 TEST_F(DeviceFacts, PropertyCountsWhenItsValueIsTheWholeOfWhatIsExpected) {
     const std::string longest(PROPERTY_VALUE_MAX - 1, '1');
-    const struct {
-        std::string value, expected;
-        bool holds;
-    } cases[] = {{"1", "1", true},   {longest, longest, true}, {longest, longest + "1", false},
-                 {"10", "1", false}, {"1", "10", false},       {"", "", false}};
-    for (const auto& property : cases) {
-        ASSERT_EQ(property_set("key", property.value.c_str()), 0);
-        EXPECT_EQ(mObject->check_property_value("key", property.expected.c_str()), property.holds);
-        EXPECT_EQ(mLog.take(),
-                  property.holds ? LogLines{} : LogLines{info("FRC:key = " + property.value)});
-    }
+    ASSERT_EQ(property_set("key", longest.c_str()), 0);
+    EXPECT_TRUE(mObject->check_property_value("key", longest.c_str()));
+    EXPECT_FALSE(mObject->check_property_value("key", (longest + "1").c_str()));
+    EXPECT_FALSE(mObject->check_property_value("unset", ""));
+    EXPECT_EQ(mLog.take(), (LogLines{info("FRC:key = " + longest), info("FRC:unset = ")}));
 }
 
 }  // namespace

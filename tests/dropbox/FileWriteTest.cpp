@@ -72,14 +72,8 @@ TEST_F(FileWrite, IsNotCutShortBySignals) {
 }
 
 // In this program's root a file system of 64 KiB is mounted at /data/vendor/lum/full.
-class FullDisk : public FileWrite {
-  protected:
-    void SetUp() override {
-        if (!hasRealMounts()) GTEST_SKIP() << "left out: without real mounts there is no full disk";
-    }
-};
-
-TEST_F(FullDisk, IsNeverAnsweredWithTrueForSmallOrLargeBlocks) {
+TEST_F(FileWrite, ToAFullDiskIsNeverAnsweredWithTrueForSmallOrLargeBlocks) {
+    if (!hasRealMounts()) GTEST_SKIP() << "left out: without real mounts there is no full disk";
     EXPECT_TRUE(write("/full/fits", "abc"));
     EXPECT_FALSE(write("/full/large", std::string(100 * 1024, 'x')));
     EXPECT_EQ(mService.takeLog(), (LogLines{kStored, kNotWritten, kNotStored}));
@@ -92,15 +86,6 @@ TEST_F(FullDisk, IsNeverAnsweredWithTrueForSmallOrLargeBlocks) {
     EXPECT_EQ(mService.takeLog(), (LogLines{kNotWritten, kNotStored}));
     EXPECT_FALSE(exists(kRoot + "/full/small"));
     EXPECT_TRUE(write("/full/empty", ""));
-}
-
-TEST_F(FullDisk, StaysEmptyWhenTheTreeThatHoldsItIsRemoved) {
-    writeFile(kRoot + "/full/a/file", "gone");
-    int32_t result = -1;
-    EXPECT_TRUE(mService->update_vendor_dropbox("/full", false, &result).isOk());
-    EXPECT_EQ(result, 0);
-    EXPECT_EQ(namesIn(kRoot + "/full"), std::vector<std::string>{});
-    EXPECT_TRUE(exists(kRoot + "/full"));
 }
 
 }  // namespace
