@@ -17,16 +17,9 @@ constexpr uint8_t kCanary = 0xA5;
 
 // One value for a counter: near enough to the other one to be believed, or anything at all.
 uint64_t anyCounter(uint64_t other) {
-    switch (anyNumber() % 4) {
-        case 0:
-            return other + anyNumber() % (kRing + 2);
-        case 1:
-            return other - anyNumber() % 3;
-        case 2:
-            return UINT64_MAX - anyNumber() % (2 * kRing);
-        default:
-            return anyNumber();
-    }
+    const uint64_t values[] = {other + anyNumber() % (kRing + 2), other - anyNumber() % 3,
+                               UINT64_MAX - anyNumber() % (2 * kRing), anyNumber()};
+    return values[anyNumber() % 4];
 }
 
 // The ring never holds a canary.
