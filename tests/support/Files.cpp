@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -14,8 +13,7 @@ namespace support {
 namespace {
 
 [[noreturn]] void failOn(const std::string& path) {
-    std::fprintf(stderr, "test support: %s: %s (is this run inside a device root?)\n", path.c_str(),
-                 std::strerror(errno));
+    std::perror((path + " (is this run inside a device root?)").c_str());
     std::abort();
 }
 
@@ -25,10 +23,8 @@ std::string processFolder(int pid) {
 
 }  // namespace
 
-void makeDirectories(const std::string& path) {
-    std::error_code error;
-    fs::create_directories(path, error);
-    if (error) failOn(path);
+void makeDirectories(const std::string& path) noexcept {
+    fs::create_directories(path);
 }
 
 void writeFile(const std::string& path, const std::string& content) {
@@ -45,9 +41,8 @@ std::string readFile(const std::string& path) {
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
-bool exists(const std::string& path) {
-    std::error_code error;
-    return fs::exists(fs::symlink_status(path, error));
+bool exists(const std::string& path) noexcept {
+    return fs::exists(fs::symlink_status(path));
 }
 
 std::vector<std::string> namesIn(const std::string& path) {
@@ -60,10 +55,8 @@ std::vector<std::string> namesIn(const std::string& path) {
     return names;
 }
 
-void removeAll(const std::string& path) {
-    std::error_code error;
-    fs::remove_all(path, error);
-    if (error) failOn(path);
+void removeAll(const std::string& path) noexcept {
+    fs::remove_all(path);
 }
 
 size_t openDescriptors(int pid) {
@@ -81,7 +74,7 @@ size_t pagesOfMemory() {
 
 bool hasRealMounts() {
     const char* with = std::getenv("DEVICE_WITH");
-    return with != nullptr && std::strcmp(with, "bubblewrap") == 0;
+    return with != nullptr && std::string(with) == "bubblewrap";
 }
 
 }  // namespace support

@@ -10,15 +10,15 @@ namespace support {
 constexpr char kDropbox[] = "/data/vendor/lum";
 
 // Makes the directory and those above it.
-void makeDirectories(const std::string& path);
+void makeDirectories(const std::string& path) noexcept;
 // Writes the file, making the directory that holds it.
 void writeFile(const std::string& path, const std::string& content);
 std::string readFile(const std::string& path);
-bool exists(const std::string& path);
+bool exists(const std::string& path) noexcept;
 // The names in a directory, sorted; empty when there is no such directory.
 std::vector<std::string> namesIn(const std::string& path);
 // Removes the file, or the directory with everything below it.
-void removeAll(const std::string& path);
+void removeAll(const std::string& path) noexcept;
 
 // How many descriptors and memory mappings this process (or process `pid`) has.
 size_t openDescriptors(int pid = 0);

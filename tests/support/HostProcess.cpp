@@ -4,7 +4,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <cstdio>
+#include <iterator>
 #include <sstream>
 
 #include "Files.h"
@@ -17,8 +17,7 @@ using aidl::vendor::tav::lumvndhal_aidl::ILumvndhal;
 // The program, behind the emulator that runs programs of this kind, if it takes one.
 int run(const std::vector<std::string>& options, int errors) {
     std::istringstream emulator(EMULATOR);
-    std::vector<std::string> words;
-    for (std::string word; emulator >> word;) words.push_back(word);
+    std::vector<std::string> words(std::istream_iterator<std::string>(emulator), {});
     words.emplace_back(BIN_DIR "/vendor.tav.lumvndhal_aidl-service");
     words.insert(words.end(), options.begin(), options.end());
     std::vector<char*> arguments;
@@ -26,7 +25,6 @@ int run(const std::vector<std::string>& options, int errors) {
     arguments.push_back(nullptr);
     ::dup2(errors, STDERR_FILENO);
     ::execvp(arguments[0], arguments.data());
-    std::perror(arguments[0]);
     return 127;
 }
 

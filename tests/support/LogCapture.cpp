@@ -12,21 +12,13 @@ constexpr char kTag[] = "LUM:lumvndhal_aidl";
 std::mutex gMutex;
 LogLines gLines;  // guarded by gMutex
 
-bool isOurs(const __android_log_message* message) {
-    return message->tag != nullptr && std::strcmp(message->tag, kTag) == 0;
-}
-
 void capture(const __android_log_message* message) {
-    if (!isOurs(message)) return __android_log_stderr_logger(message);
+    if (std::strcmp(message->tag, kTag) != 0) return __android_log_stderr_logger(message);
     const std::lock_guard<std::mutex> lock(gMutex);
     gLines.push_back({message->priority, message->message});
 }
 
 }  // namespace
-
-std::ostream& operator<<(std::ostream& out, const LogLine& line) {
-    return out << line.priority << " \"" << line.text << '"';
-}
 
 LogCapture::LogCapture() {
     take();

@@ -11,28 +11,23 @@ namespace support {
 struct LogLine {
     int priority;
     std::string text;
-
-    bool operator==(const LogLine& rhs) const {
-        return priority == rhs.priority && text == rhs.text;
-    }
+    bool operator==(const LogLine& b) const { return priority == b.priority && text == b.text; }
 };
 
-inline LogLine verbose(std::string text) {
-    return {ANDROID_LOG_VERBOSE, std::move(text)};
+template <int priority>
+LogLine line(std::string text) {
+    return {priority, std::move(text)};
 }
-inline LogLine debug(std::string text) {
-    return {ANDROID_LOG_DEBUG, std::move(text)};
-}
-inline LogLine info(std::string text) {
-    return {ANDROID_LOG_INFO, std::move(text)};
-}
-inline LogLine error(std::string text) {
-    return {ANDROID_LOG_ERROR, std::move(text)};
-}
+constexpr auto verbose = line<ANDROID_LOG_VERBOSE>;
+constexpr auto debug = line<ANDROID_LOG_DEBUG>;
+constexpr auto info = line<ANDROID_LOG_INFO>;
+constexpr auto error = line<ANDROID_LOG_ERROR>;
 
 using LogLines = std::vector<LogLine>;
 
-std::ostream& operator<<(std::ostream& out, const LogLine& line);
+inline std::ostream& operator<<(std::ostream& out, const LogLine& each) {
+    return out << each.priority << " \"" << each.text << '"';
+}
 
 // Collects the service's lines, of every priority, while it lives. Lines of other tags go to
 // standard error. One at a time.

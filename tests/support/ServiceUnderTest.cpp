@@ -19,9 +19,8 @@ std::shared_ptr<LumvndhalImpl> makeObject(void (*prepare)(LumvndhalImpl&)) {
 
 int serve(void (*prepare)(LumvndhalImpl&)) {
     const auto object = makeObject(prepare);
-    if (AServiceManager_addService(object->asBinder().get(), kInstance.c_str()) != EX_NONE) {
-        return 1;
-    }
+    const ndk::SpAIBinder binder = object->asBinder();
+    if (AServiceManager_addService(binder.get(), kInstance.c_str()) != EX_NONE) return 1;
     ABinderProcess_startThreadPool();
     for (;;) ::pause();
 }

@@ -23,8 +23,8 @@ using support::ChildProcess;
 constexpr char kName[] = "test.IEcho/default";
 constexpr char kSocket[] = "/dev/socket/binder/test.IEcho:default";
 
-// What the service does: it echoes text, reads what a descriptor leads to, sleeps, fills and loses
-// a reply.
+// What the service does: it echoes text, reads what a descriptor leads to and sends it back,
+// sleeps, fills and loses a reply.
 enum Code : transaction_code_t { kEcho = 1, kReadFile, kSleep, kFill, kLoseReply };
 
 // Lets no connection of this process send any more.
@@ -35,18 +35,18 @@ inline void stopSending() {
 
 inline binder_status_t onTransact(AIBinder*, transaction_code_t code, const AParcel* in,
                                   AParcel* out) {
-    std::string text(6, ' ');
+    std::string text(64, ' ');
     int32_t number = 0;
-    if (code == kReadFile) {
+    if (code == kReadFile || code == kEcho) {
         ndk::ScopedFileDescriptor file;
-        const binder_status_t status = ndk::AParcel_readData(in, &file);
+        const binder_status_t status =
+                code == kEcho ? ndk::AParcel_readData(in, &text) : ndk::AParcel_readData(in, &file);
         if (status != STATUS_OK) return status;
-        EXPECT_EQ(::pread(file.get(), text.data(), text.size(), 0), 6);
+        if (code == kReadFile) {
+            text.resize(static_cast<size_t>(::pread(file.get(), text.data(), text.size(), 0)));
+            ndk::AParcel_writeData(out, file);
+        }
         return ndk::AParcel_writeData(out, text);
-    }
-    if (code == kEcho) {
-        const binder_status_t status = ndk::AParcel_readData(in, &text);
-        return status == STATUS_OK ? ndk::AParcel_writeData(out, text) : status;
     }
     if (AParcel_readInt32(in, &number) != STATUS_OK) return STATUS_NOT_ENOUGH_DATA;
     if (code == kLoseReply) stopSending();
