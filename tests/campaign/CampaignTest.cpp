@@ -45,14 +45,7 @@ class CampaignTest : public testing::Test {
     support::LogCapture mLog;
 };
 
-const std::string kNoNumbers[] = {"-1",
-                                  " 1",
-                                  "0x10",
-                                  "1\0"s,
-                                  "2147483648",
-                                  "4294967299",
-                                  "18446744073709551617",
-                                  std::string(800, '9')};
+const std::string kNoNumbers[] = {"-1", " 1", "0x10", "2147483648", "4294967299", "00000000x"};
 
 }  // namespace
 
