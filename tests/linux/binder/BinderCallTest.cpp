@@ -50,6 +50,7 @@ TEST_F(BinderCall, TellsForeignInterfacesApart) {
             "test.IOther", [](void* args) { return args; }, [](void*) {}, onTransact);
     const ndk::SpAIBinder binder(AServiceManager_checkService(kName));
     EXPECT_FALSE(AIBinder_associateClass(binder.get(), other));
+    EXPECT_FALSE(AIBinder_associateClass(mBinder.get(), other));
 }
 
 TEST_F(BinderCall, ServesManyCallersAtOnce) {
@@ -80,11 +81,12 @@ ndk::ScopedAIBinder_DeathRecipient makeRecipient() {
     return recipient;
 }
 
-TEST_F(BinderCall, ReportsAServiceThatIsKilledInMidCall) {
+TEST_F(BinderCall, ReportsAServiceThatIsKilled) {
     Deaths deaths[3];  // of recipients that are kept, unlinked and deleted
     const auto kept = makeRecipient();
     auto deleted = makeRecipient();
-    AIBinder* const binder = mBinder.get();
+    const ndk::SpAIBinder uncalled = find();  // it learns of the end from its watching alone
+    AIBinder* const binder = uncalled.get();
     ASSERT_EQ(AIBinder_linkToDeath(binder, kept.get(), &deaths[0]), STATUS_OK);
     ASSERT_EQ(AIBinder_linkToDeath(binder, kept.get(), &deaths[1]), STATUS_OK);
     ASSERT_EQ(AIBinder_linkToDeath(binder, deleted.get(), &deaths[2]), STATUS_OK);
