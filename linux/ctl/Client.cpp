@@ -7,26 +7,34 @@
 #include "Text.h"
 
 namespace lumctl {
-Client::Client(const std::string& instance) : mInstance(instance) {
-    const ::ndk::SpAIBinder binder(AServiceManager_checkService(serviceName(instance).c_str()));
-    if (binder.get() == nullptr) throw noService(instance);
-    mService = ILumvndhal::fromBinder(binder);
+Client::Client(const std::string& instance)
+    : mInstance(instance), mBinder(AServiceManager_checkService(serviceName(instance).c_str())) {
+    if (mBinder.get() == nullptr) throw noService(instance);
+    mService = ILumvndhal::fromBinder(mBinder);
     if (mService == nullptr) {
         // A service that died before it could say what it is has not said that it is another one.
-        expectDelivered(::ndk::ScopedAStatus::fromStatus(AIBinder_ping(binder.get())));
+        ping();
         throw Failure(kNotReached, "what runs as " + inQuotes(instance) + " in " + placeName() +
                                            " is not of the interface " + ILumvndhal::descriptor +
                                            ": name another one with --instance");
     }
 }
 
+// The status of a dead service is also that of a reply that was lost; the proxy has found out by
+// now which of the two it was.
+Failure Client::notAnswered() const {
+    const bool lives = AIBinder_isAlive(mBinder.get());
+    return {kNotReached,
+            "the service " + inQuotes(mInstance) + " in " + placeName() +
+                    (lives ? " lives, but its reply was lost, and it may have carried out the call"
+                             ": see what it did, then repeat the command if need be"
+                           : " died during the call, which it may have carried out: start it "
+                             "again, see what it did, then repeat the command if need be")};
+}
+
 void Client::expectDelivered(const ::ndk::ScopedAStatus& status) const {
     if (status.isOk()) return;
-    if (status.getStatus() == STATUS_DEAD_OBJECT) {
-        throw Failure(kNotReached, "the service " + inQuotes(mInstance) + " in " + placeName() +
-                                           " died during the call: start it again, then repeat "
-                                           "the command");
-    }
+    if (status.getStatus() == STATUS_DEAD_OBJECT) throw notAnswered();
     const char* const hint =
             status.getStatus() == STATUS_BAD_VALUE
                     ? "a text of the reply ends in half a character: look at the device's own files"
@@ -37,7 +45,7 @@ void Client::expectDelivered(const ::ndk::ScopedAStatus& status) const {
 }
 
 void Client::ping() {
-    expectDelivered(::ndk::ScopedAStatus::fromStatus(AIBinder_ping(mService->asBinder().get())));
+    expectDelivered(::ndk::ScopedAStatus::fromStatus(AIBinder_ping(mBinder.get())));
 }
 
 int32_t Client::interfaceVersion() {

@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "Failure.h"
+
 namespace lumctl {
 
 using ::aidl::vendor::tav::lumvndhal_aidl::ILumvndhal;
@@ -44,8 +46,10 @@ class Client {
 
   private:
     void expectDelivered(const ::ndk::ScopedAStatus& status) const;
+    Failure notAnswered() const;
 
     std::string mInstance;
+    ::ndk::SpAIBinder mBinder;
     std::shared_ptr<ILumvndhal> mService;
 };
 

@@ -142,7 +142,7 @@ TEST_F(Transfer, EndsWhenTheFileBecomesShorter) {
 
 TEST_F(Transfer, TellsWhatBecameOfACallInOneLine) {
     using lumctl::kNotReached;
-    EXPECT_TRUE(fails(kNotReached, "died during the call", [&] { mClient->get("x"); }));
+    EXPECT_TRUE(fails(kNotReached, "lives, but its reply was lost", [&] { mClient->get("x"); }));
     EXPECT_TRUE(fails(kNotReached, "did not get through", [&] { mClient->set("x", ""); }));
     EXPECT_TRUE(fails(kNotReached, "", [&] { mClient->updateDropbox("/", true); }));
 }
