@@ -17,9 +17,10 @@ constexpr uint64_t kMaxRequest = ::standin::kMaxParcelSize;
 // call unless told otherwise.
 constexpr uint64_t kSmallFile = uint64_t{512} * 1024;
 
-// Through a queue a file goes as one block, which the service writes in one piece: this is the most
-// that Linux writes at once.
-constexpr uint64_t kMaxBlock = 0x7ffff000;
+// Through a queue a file goes as one block. This is the longest ring that the queue class makes:
+// the offset of what it puts behind the ring has to fit into 31 bits, as has the count of a
+// request.
+constexpr uint64_t kMaxBlock = 0x7fffffff - 64;
 
 // Bytes of the request that hands over a command word and its parameter.
 uint64_t setRequestSize(std::string_view command, std::string_view parameter);

@@ -1,6 +1,7 @@
 // Which byte strings arrive as they were sent, held against real parcels, and which transport a
 // file takes.
 #include <android/binder_parcel_utils.h>
+#include <fmq/AidlMessageQueue.h>
 #include <gtest/gtest.h>
 
 #include <array>
@@ -17,6 +18,9 @@ namespace {
 using lumctl::chooseTransport;
 using lumctl::isUtf8;
 using lumctl::Transport;
+using Queue =
+        ::android::AidlMessageQueue<int8_t,
+                                    ::aidl::android::hardware::common::fmq::SynchronizedReadWrite>;
 
 bool arrivesUnchanged(const std::string& text) {
     const ndk::ScopedAParcel parcel(AParcel_create());
@@ -52,17 +56,11 @@ TEST(Texts, AreAcceptedExactlyWhenTheyArriveUnchanged) {
 
 TEST(Transports, SmallFilesTakeTheCallAndLargerOnesTheQueue) {
     const std::string longPath = "/" + std::string(400000, 'x');
-    EXPECT_EQ(chooseTransport(Transport::kEither, "/f", 0), Transport::kCall);
     EXPECT_EQ(chooseTransport(Transport::kEither, "/f", lumctl::kSmallFile), Transport::kCall);
-    EXPECT_EQ(chooseTransport(Transport::kEither, "/f", lumctl::kSmallFile + 1), Transport::kQueue);
     EXPECT_EQ(chooseTransport(Transport::kEither, "/f", lumctl::kMaxBlock), Transport::kQueue);
     EXPECT_EQ(chooseTransport(Transport::kEither, longPath, 400000), Transport::kQueue);
-    const auto refused = [](Transport transport, uint64_t size, const char* reason) {
-        EXPECT_TRUE(fails(lumctl::kUsage, reason, [&] { chooseTransport(transport, "/f", size); }))
-                << size;
-    };
-    refused(Transport::kCall, 1040384, "--via queue");
-    refused(Transport::kQueue, 0, "leave --via out");
-    refused(Transport::kEither, lumctl::kMaxBlock + 1, "split it");
-    refused(Transport::kQueue, lumctl::kMaxBlock + 1, "split it");
+    const auto refused = [] { chooseTransport(Transport::kQueue, "/f", lumctl::kMaxBlock + 1); };
+    EXPECT_TRUE(fails(lumctl::kUsage, "split it", refused));
+    EXPECT_TRUE(Queue(lumctl::kMaxBlock).isValid());
+    EXPECT_FALSE(Queue(lumctl::kMaxBlock + 1).isValid());
 }
