@@ -80,7 +80,7 @@ std::string sameInterface(Client* client) {
 }
 
 std::string chipsetNodes(Client* client) {
-    const std::string text = ask(client, "CHIPSET_SERIAL");
+    std::string text = ask(client, "CHIPSET_SERIAL");
     const size_t plus = text.find('+');
     const std::string serial = plus == std::string::npos ? "" : text.substr(plus + 1);
     if (text.front() != '-' && serial != "-" && serial != "000000000") return text;
@@ -92,7 +92,7 @@ std::string chipsetNodes(Client* client) {
 // The count is 0 for a file that cannot be read, too: only where the file is seen that can be told.
 std::string resetCount(Client* client) {
     constexpr char kFile[] = "/mnt/vendor/persist/lum/frc.dat";
-    const std::string text = ask(client, "LUMTR_VERSION");
+    std::string text = ask(client, "LUMTR_VERSION");
     const bool isZero = text.size() >= 2 && text.compare(text.size() - 2, 2, ".0") == 0;
     if (!isZero || ::access(onDevice(kFile).c_str(), R_OK) == 0) return text;
     throw Failure(kRefused, inQuotes(text) + " ends in a count of 0, for want of " +
@@ -102,7 +102,7 @@ std::string resetCount(Client* client) {
 std::string roomOnDisk() {
     const std::optional<uint64_t> free = freeBytesAt("/");
     if (!free) return "cannot be seen from here";
-    const std::string left = byteCount(static_cast<double>(*free)) + " free";
+    std::string left = byteCount(static_cast<double>(*free)) + " free";
     if (*free >= kLittleRoom) return left;
     throw Failure(kRefused, "only " + left + ": remove what is not needed, with lumctl rm");
 }

@@ -6,9 +6,7 @@
 #include <signal.h>
 #include <sys/stat.h>
 
-#include <fstream>
 #include <future>
-#include <list>
 #include <memory>
 #include <regex>
 #include <thread>
@@ -190,41 +188,6 @@ TEST_F(SampleEngine, HoldsAsManyBytesOfNamesAsItSaysAndStillFitsAReply) {
     EXPECT_EQ(set(*mService, "stopCamp", "k;"), 0);
     EXPECT_EQ(set(*mService, "startCamp", "k;" + most + "\x01"), 0);
     EXPECT_EQ(countInState("u0001"), 32 * 1024 - 1);
-}
-
-// Calls of every kind, so that a leak or a race of any of them shows.
-int callMixed(const std::string& client) {
-    const auto service = HostProcess::connect();
-    for (int i = 0; i < 32; ++i) {
-        int32_t result = 0;
-        service->update_vendor_dropbox("/" + client, i % 2 == 0, &result);
-        EXPECT_EQ(write(*service, "/" + client + "/f", std::vector<uint8_t>(5000)), i % 2 == 0);
-        get(*service, i % 2 == 0 ? "CHIPSET_SERIAL" : "statusCamp;1");
-        set(*service, "startCamp", client + ";c");
-    }
-    return testing::Test::HasFailure() ? 1 : 0;
-}
-
-TEST(Host, StaysFlatUnderAThousandMixedCallsOfEightClients) {
-    HostProcess host;
-    const auto service = HostProcess::connect();
-    const size_t descriptors = openDescriptors(host.pid());
-    const auto residentKibibytes = [&] {
-        size_t pages = 0;
-        std::ifstream("/proc/" + std::to_string(host.pid()) + "/statm") >> pages >> pages;
-        return pages * 4;
-    };
-    size_t memory = 0;
-    for (int round = 0; round < 4; ++round) {
-        std::list<ChildProcess> clients;
-        for (const char* name : {"0", "1", "2", "3", "4", "5", "6", "7"}) {
-            clients.emplace_back([&] { return callMixed(name); });
-        }
-        for (auto& each : clients) EXPECT_EQ(each.wait(), 0);
-        if (round == 0) memory = residentKibibytes();  // with what is set up once
-    }
-    EXPECT_TRUE(host.descriptorsSettleAt(descriptors));
-    EXPECT_LE(residentKibibytes(), memory + MEMORY_SLACK_KIB);
 }
 
 }  // namespace

@@ -159,22 +159,4 @@ TEST_F(Stub, NeverEntersAMethodWithATextThatIsCutShort) {
     EXPECT_TRUE(result == 7 && namesIn(kDropbox).empty());
 }
 
-// --- Ownership.
-
-TEST(ServiceOwnershipDeathTest, AllowsNoOtherWayThanMake) {
-    EXPECT_DEATH({ LumvndhalImpl onTheStack; }, "never had a reference");
-    const auto owner = ndk::SharedRefBase::make<LumvndhalImpl>();
-    EXPECT_DEATH(delete owner.get(), "second owner");
-}
-
-TEST(ServiceOwnership, EndsWithTheLastReference) {
-    auto service = ndk::SharedRefBase::make<LumvndhalImpl>();
-    const std::weak_ptr<LumvndhalImpl> weak = service;
-    ndk::SpAIBinder binder = service->asBinder();
-    service.reset();
-    EXPECT_FALSE(weak.expired());  // the binder holds the object
-    binder.set(nullptr);
-    EXPECT_TRUE(weak.expired());
-}
-
 }  // namespace

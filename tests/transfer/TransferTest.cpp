@@ -85,15 +85,4 @@ TEST_F(Transfer, StoresALargeBlockAndTakesNoMemoryForOneThatIsNotThere) {
     EXPECT_LE(pagesOfMemory(), memory + kSlackPages);
 }
 
-TEST_F(Transfer, ToAFullDiskIsNeverAnsweredWithTrue) {
-    if (!hasRealMounts()) GTEST_SKIP() << "left out: without real mounts there is no full disk";
-    Queue queue(1 << 20);
-    ASSERT_TRUE(configure(queue.dupeDesc()));
-    ASSERT_TRUE(put(queue, std::string(1 << 20, 'x')));
-    EXPECT_FALSE(read("/full/large", 1 << 20));
-    EXPECT_EQ(mService.takeLog(), (LogLines{error("[ERROR] Failed to write file"),
-                                            info("LumvndhalImpl::request_read(), bres=0 ")}));
-    EXPECT_EQ(namesIn(kRoot + "/full"), std::vector<std::string>{});
-}
-
 }  // namespace

@@ -10,7 +10,6 @@
 #include "Failing.h"
 #include "Packing.h"
 #include "Text.h"
-#include "Words.h"
 
 namespace {
 
@@ -23,14 +22,6 @@ std::string bytes(std::initializer_list<unsigned> values) {
     std::string text;
     for (const unsigned value : values) text += static_cast<char>(value);
     return text;
-}
-
-std::string textOf(const std::string& word, int32_t result, int32_t size, const std::string& text) {
-    lumctl::Answer answer;
-    answer.result = result;
-    answer.data.data_size = size;
-    answer.data.data = text;
-    return lumctl::textOf(word, answer);
 }
 
 }  // namespace
@@ -60,9 +51,6 @@ TEST(Statistics, ThatAreNoTextOrTooManyAreRefusedWithTheReason) {
         EXPECT_TRUE(fails(lumctl::kUsage, reason, [&text = payload] { packStatistics(text); }))
                 << reason;
     }
-    for (const size_t size : {127U, 256U, 0x77000U}) {
-        EXPECT_EQ(packStatistics(std::string(size, 'x')).size(), size + 4);
-    }
 }
 
 TEST(Parameters, OnlyHoldWhatIsReadAsItIsMeant) {
@@ -71,16 +59,17 @@ TEST(Parameters, OnlyHoldWhatIsReadAsItIsMeant) {
     EXPECT_NO_THROW(lumctl::requirePath("/"));
     EXPECT_NO_THROW(lumctl::requirePath("/a/../b")) << "the service says what it refuses";
     EXPECT_EQ(packCampaign("k", {}), "k;") << "all of them";
-    const std::vector<std::pair<const char*, std::function<void()>>> refused = {{"';'", [] { packCampaign("k;1", {"c"}); }},
-                                                                                {"','", [] { packCampaign("k", {"c", "c,1"}); }},
-                                                                                {"';'", [] { packCampaign("k", {"c;1"}); }},
-                                                                                {"empty", [] { packCampaign("", {"c"}); }},
-                                                                                {"empty", [] { packCampaign("k", {""}); }},
-                                                                                {"UTF-8", [] { packCampaign("k\xff", {"c"}); }},
-                                                                                {"';'", [] { packModuleQuery("1;2"); }},
-                                                                                {"'/ab'", [] { lumctl::requirePath("ab"); }},
-                                                                                {"slash", [] { lumctl::requirePath(""); }},
-                                                                                {"UTF-8", [] { lumctl::requirePath("/\xff"); }}};
+    using Refused = std::pair<const char*, std::function<void()>>;
+    const std::vector<Refused> refused = {{"';'", [] { packCampaign("k;1", {"c"}); }},
+                                          {"','", [] { packCampaign("k", {"c", "c,1"}); }},
+                                          {"';'", [] { packCampaign("k", {"c;1"}); }},
+                                          {"empty", [] { packCampaign("", {"c"}); }},
+                                          {"empty", [] { packCampaign("k", {""}); }},
+                                          {"UTF-8", [] { packCampaign("k\xff", {"c"}); }},
+                                          {"';'", [] { packModuleQuery("1;2"); }},
+                                          {"'/ab'", [] { lumctl::requirePath("ab"); }},
+                                          {"slash", [] { lumctl::requirePath(""); }},
+                                          {"UTF-8", [] { lumctl::requirePath("/\xff"); }}};
     for (const auto& [reason, call] : refused) EXPECT_TRUE(fails(lumctl::kUsage, reason, call));
 }
 
@@ -92,33 +81,15 @@ TEST(Paths, AreMadeFromTheOutsideAndTheWholeDropboxIsKnown) {
     for (const char* path : {"/./a", "/.a", "/..."}) EXPECT_FALSE(lumctl::isWholeDropbox(path));
 }
 
-TEST(Words, WithAnAnswerThatStandsForAFailureFail) {
-    using lumctl::kRefused;
-    EXPECT_TRUE(fails(kRefused, "ver_info.txt", [] { textOf("BUILDID", 0, -1, ""); }));
-    EXPECT_TRUE(fails(kRefused, "digits", [] { textOf("statusCamp;x", 0, 14, "invalid module"); }));
-    EXPECT_TRUE(fails(kRefused, "-1", [] { textOf("other", -1, 0, ""); }));
-    EXPECT_EQ(textOf("BUILDIDstatusCamp", 0, 14, "invalid module"), "invalid module");
-    EXPECT_EQ(textOf("statusCamp;3", 0, 0, ""), "");
-}
-
 TEST(Collectors, AreATableOfWhateverTheEngineTells) {
     const lumctl::Report report = lumctl::collectorsReport(
-            R"({"campaigns":[{"key":"k1","collectors":["c1","c2"],"since":7},{"key":2}],)"
+            R"({"campaigns":[{"key":"k1","collectors":["c1","c2"]},{"key":2}],)"
             R"("modules":[{"id":3,"on":true},{"id":"m4","on":false},{"on":"maybe"},5],"more":{}})");
     EXPECT_EQ(report.text,
               "CAMPAIGN  COLLECTORS\nk1        c1, c2\n2         -\n\n"
               "MODULE  STATE\n3       on\nm4      off\n-       maybe\n-       -\n");
-    EXPECT_EQ(report.json["campaigns"][0]["since"], 7);
     for (const char* state : {"", "idle", "[1,2]", "{\"campaigns\":", "{\"campaigns\":3}"}) {
         EXPECT_EQ(lumctl::collectorsReport(state).text, std::string(state) + "\n") << "no table";
     }
     EXPECT_EQ(lumctl::collectorsReport("idle").json.dump(), R"({"text":"idle"})");
-}
-
-TEST(Tables, AreAlignedByCharactersAndKeepToTheirLines) {
-    EXPECT_EQ(lumctl::table({{"a", "b"}, {"\u00e4\u00f6\u00fc", "c"}, {"x"}}),
-              "a    b\n\u00e4\u00f6\u00fc  c\nx\n");
-    EXPECT_EQ(lumctl::printable("a\nb\x1b[2J\x7f\u00e4"), "a\\nb\\x1b[2J\\x7f\u00e4");
-    EXPECT_EQ(lumctl::byteCount(0), "0 B");
-    EXPECT_EQ(lumctl::byteCount(1024.0 * 1024 * 1024 * 2048), "2048.0 GiB");
 }

@@ -114,10 +114,13 @@ TEST_F(Transfer, TriesAgainOnceItKnowsThatAnotherClientsQueueWasRead) {
     EXPECT_EQ(mService->configured, 3);
 }
 
-TEST_F(Transfer, IsNotRepeatedWhenTheServiceTookNothing) {
+TEST_F(Transfer, IsNotRepeatedWhenTheServiceTookNothingOrCouldNotStoreIt) {
     mService->rivals = 1;
     EXPECT_TRUE(fails(lumctl::kRefused, "did not take the bytes", [&] { store(); }));
     EXPECT_EQ(mService->configured, 1);
+    mService->canStore = false;
+    EXPECT_FALSE(store());
+    EXPECT_EQ(mService->configured, 2);
 }
 
 TEST_F(Transfer, NeverTakesARivalsSuccessForItsOwn) {
@@ -125,12 +128,6 @@ TEST_F(Transfer, NeverTakesARivalsSuccessForItsOwn) {
     mService->rivalAnswer = true;
     EXPECT_TRUE(fails(lumctl::kRefused, "did not take the bytes", [&] { store(); }));
     EXPECT_EQ(mService->rivals, 90) << "it gives up";
-}
-
-TEST_F(Transfer, EndsSoonWhenTheServiceCannotStoreWhatItTook) {
-    mService->canStore = false;
-    EXPECT_FALSE(store());
-    EXPECT_EQ(mService->configured, 1);
 }
 
 TEST_F(Transfer, EndsWhenTheFileBecomesShorter) {

@@ -252,10 +252,7 @@ calls_methods_as_they_are() {
     does 'result  false' call request_read /h 6
     does 'result  true' call request_read /h 5
     holds /h <(printf hello)
-    does $'result     0\ndata_size  *\ndata       APPS*' call get_vnd_data BUILDID
     tells '.method == "get_vnd_data" and .vnd_data.data_size == 0' call get_vnd_data nonsense
-    does 'result  -1' call set_vnd_data startCamp ''
-    does 'result  -1' call update_vendor_dropbox '' true
     does 'result  false' call write_data_to_vendor_dropbox /h <(printf hi) -1
     fails 3 '*did not get through*' call write_data_to_vendor_dropbox /h "$work/bytes"
     fails 2 "'maybe' is neither*" call update_vendor_dropbox /h maybe
