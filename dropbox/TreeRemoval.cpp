@@ -45,7 +45,7 @@ void TreeRemoval::run() {
 }
 
 // What cannot be removed stays, and with it the directories above it: the results of unlink and
-// rmdir have nobody to go to.
+// rmdir are not told to the client.
 void TreeRemoval::remove(const TreeLevel::Entry& entry) {
     if (entry.isDirectory) return removeDirectory(entry.name);
     ::unlinkat(mLevels.back().fd(), entry.name, 0);

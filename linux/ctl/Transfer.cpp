@@ -98,7 +98,7 @@ void letOthersFinish(Clock::duration longest) {
 }
 
 // lumctl processes take turns, so that they do not get into each other's way at all. A courtesy:
-// where the lock cannot be had they go on without. It ends with the descriptor.
+// where the lock cannot be taken they go on without. It ends with the descriptor.
 ::ndk::ScopedFileDescriptor takeTurn(Progress* progress) {
     ::ndk::ScopedFileDescriptor lock(
             ::open(onDevice("/data").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));

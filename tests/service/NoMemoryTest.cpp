@@ -1,4 +1,4 @@
-// Buffers and objects that cannot be had. This program has its own `new (std::nothrow)`, since
+// Buffers and objects for which memory lacks. This program has its own `new (std::nothrow)`, since
 // reality does not refuse a few bytes on demand.
 #include <gtest/gtest.h>
 

@@ -39,7 +39,7 @@ void waitUntilWritable() {
     ::poll(&output, 1, -1);
 }
 
-// Writes all of it, or as much as can be written: there is nobody to tell.
+// Writes all of it, or as much as can be written: a failure has no place to be told.
 void writeAll(std::string_view bytes) {
     while (!bytes.empty()) {
         const ssize_t written = ::write(STDERR_FILENO, bytes.data(), bytes.size());

@@ -105,7 +105,7 @@ struct AidlMessageQueue final {
     std::atomic<uint32_t>* getEventFlagWord() const { return mCore.eventFlagWord(); }
 
     // A descriptor of this queue, with duplicates of its descriptors that the caller owns. Empty
-    // when they cannot be had.
+    // when they cannot be made.
     Descriptor dupeDesc() {
         Descriptor desc;
         if (mCore.dupe(&desc.grantors, &desc.handle, &desc.flags)) desc.quantum = sizeof(T);
