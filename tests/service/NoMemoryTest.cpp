@@ -21,11 +21,10 @@ int gSuccessesLeft = -1;  // before one allocation fails; negative: none does
 
 // The library's calls come here too: a program's replacement holds for all that it loads.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    if (gSuccessesLeft >= 0 && gSuccessesLeft-- == 0) return nullptr;
-    return ::operator new(size);
+    return gSuccessesLeft >= 0 && gSuccessesLeft-- == 0 ? nullptr : ::operator new(size);
 }
-void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept {
-    return ::operator new(size, tag);
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+    return gSuccessesLeft >= 0 && gSuccessesLeft-- == 0 ? nullptr : ::operator new[](size);
 }
 
 TEST(NoMemory, LeavesTheBuildIdAsItWas) {

@@ -125,7 +125,7 @@ TEST(BinderStatus, TravelsWithItsExceptionAndMessage) {
 }
 
 TEST(LocalBinder, AnswersByItselfWhatEveryBinderIsAsked) {
-    const auto* clazz = AIBinder_Class_define(
+    static const auto* const clazz = AIBinder_Class_define(
             "test.INothing", [](void* args) { return args; }, [](void*) {}, nullptr);
     const ndk::SpAIBinder binder(AIBinder_new(clazz, nullptr));
     const std::pair<transaction_code_t, binder_status_t> cases[] = {
