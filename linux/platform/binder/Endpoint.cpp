@@ -204,8 +204,9 @@ void Endpoint::serve(Connection* connection) const {
     AParcel reply;
     reply.putValue(mGeneration);
     binder_status_t status = STATUS_OK;
-    while (connection->send(status, &reply) && connection->receive()) {
-        reply.reset();
+    while (connection->send(status, &reply)) {
+        reply.reset();  // a caller that is idle keeps no descriptor open here
+        if (!connection->receive()) return;
         status = answer(connection, &reply);
         if (status == STATUS_OK && !fits(reply)) status = STATUS_FAILED_TRANSACTION;
         if (status != STATUS_OK) reply.reset();

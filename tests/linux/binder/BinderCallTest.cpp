@@ -26,9 +26,8 @@ TEST_F(BinderCall, ReachesAnotherProcessWithTextAndDescriptors) {
         ASSERT_EQ(ndk::AParcel_readData(out.get(), &content), STATUS_OK);
         ASSERT_EQ(content, "shared");
     }
-    // A connection keeps the descriptors of its last reply.
-    EXPECT_EQ(echo(std::string("with \0 and \xe2\x82\xac", 14)), STATUS_OK);
     EXPECT_TRUE(mService->descriptorsSettleAt(before));
+    EXPECT_EQ(echo(std::string("with \0 and \xe2\x82\xac", 14)), STATUS_OK);
 }
 
 TEST_F(BinderCall, RefusesWhatIsTooLargeAndGoesOn) {
