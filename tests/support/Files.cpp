@@ -60,7 +60,9 @@ void removeAll(const std::string& path) noexcept {
 }
 
 size_t openDescriptors(int pid) {
-    return namesIn(processFolder(pid) + "/fd").size();
+    std::error_code gone;
+    const fs::directory_iterator all(processFolder(pid) + "/fd", gone);
+    return static_cast<size_t>(std::distance(begin(all), end(all)));
 }
 
 size_t memoryMappings(int pid) {
