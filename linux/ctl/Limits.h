@@ -19,8 +19,8 @@ constexpr uint64_t kSmallFile = uint64_t{512} * 1024;
 
 // Through a queue a file goes as one block. This is the longest ring that the queue class makes:
 // the offset of what it puts behind the ring has to fit into 31 bits, as has the count of a
-// request.
-constexpr uint64_t kMaxBlock = 0x7fffffff - 64;
+// request, and a page of at most 64 KiB lies before it.
+constexpr uint64_t kMaxBlock = 0x7fffffff - 0x10000 - 64;
 
 // Bytes of the request that hands over a command word and its parameter.
 uint64_t setRequestSize(std::string_view command, std::string_view parameter);

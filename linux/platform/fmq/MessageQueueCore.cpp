@@ -1,4 +1,5 @@
 #include <fmq/impl/MessageQueueCore.h>
+#include <unistd.h>
 
 #include "Diagnostics.h"
 
@@ -8,12 +9,18 @@ namespace {
 
 constexpr int32_t kSynchronizedFlags = 1;
 constexpr int32_t kCounterSize = sizeof(uint64_t);
-constexpr int32_t kRingOffset = 2 * kCounterSize;
-// Behind the ring comes the event flag, and its offset has to fit into 31 bits.
-constexpr size_t kLongestRing = INT32_MAX - 64;
+// Behind the ring comes the event flag, and its offset has to fit into 31 bits; a page lies before.
+constexpr size_t kLongestRing = INT32_MAX - 0x10000 - 64;
 
 size_t alignedUp(size_t value) {
     return (value + kCounterSize - 1) / kCounterSize * kCounterSize;
+}
+
+// A ring that is longer than a page begins with one: what copies a file into it fills whole pages
+// then, which the kernel does not have to clear before.
+size_t ringOffset(size_t length) {
+    static const auto pageSize = static_cast<size_t>(::sysconf(_SC_PAGESIZE));
+    return length > pageSize ? pageSize : 2 * kCounterSize;
 }
 
 }  // namespace
@@ -33,7 +40,7 @@ bool MessageQueueCore::attachOrFail(const DescriptorView& view, size_t elementSi
         return reinterpret_cast<SharedRing::Counter*>(mMemory.at(role));
     };
     mRing.map(counterAt(QueueMemory::kReadCounter), counterAt(QueueMemory::kWriteCounter),
-              mMemory.at(QueueMemory::kRing), mMemory.extent(QueueMemory::kRing));
+              mMemory.ring());
     if (!mMemory.has(QueueMemory::kEventFlag)) return true;
     return hardware::EventFlag::createEventFlag(eventFlagWord(), &mEventFlag) == NO_ERROR ||
            refuse("cannot create the event flag");
@@ -45,11 +52,12 @@ void MessageQueueCore::create(size_t count, size_t elementSize, bool withEventFl
         return;
     }
     const size_t length = count * elementSize;
-    const size_t eventFlagOffset = alignedUp(kRingOffset + length);
+    const size_t offset = ringOffset(length);
+    const size_t eventFlagOffset = alignedUp(offset + length);
     const GrantorDescriptor grantors[] = {
             {0, 0, kCounterSize},
             {0, kCounterSize, kCounterSize},
-            {0, kRingOffset, static_cast<int64_t>(length)},
+            {0, static_cast<int32_t>(offset), static_cast<int64_t>(length)},
             {0, static_cast<int32_t>(eventFlagOffset), sizeof(uint32_t)},
     };
     const ::ndk::ScopedFileDescriptor fd =

@@ -132,6 +132,7 @@ void streamThrough(size_t ringSize, uint64_t start, size_t rounds) {
 
 TEST(Queue, GoesOnWhenTheRingAndItsCountersWrap) {
     streamThrough(1, 0, 10000);
+    streamThrough(size_t{1} << 20, 0, 60);
     for (const size_t ringSize : {64U, 100U, 4096U}) {
         streamThrough(ringSize, UINT64_MAX - 1000, 1000);
     }

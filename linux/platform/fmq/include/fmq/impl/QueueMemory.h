@@ -3,6 +3,7 @@
 #include <aidl/android/hardware/common/NativeHandle.h>
 #include <aidl/android/hardware/common/fmq/GrantorDescriptor.h>
 #include <fmq/impl/SharedMemory.h>
+#include <fmq/impl/SharedRing.h>
 
 #include <array>
 #include <cstddef>
@@ -40,6 +41,10 @@ class QueueMemory final {
     // has(role) must hold.
     unsigned char* at(Role role) const { return mMemories[mRegions[role].memory].at(offset(role)); }
     size_t extent(Role role) const { return static_cast<size_t>(mRegions[role].grantor.extent); }
+    // What it names stays this object's.
+    SharedRing::Place ring() const {
+        return {at(kRing), extent(kRing), mMemories[mRegions[kRing].memory].fd(), offset(kRing)};
+    }
 
     // Describes the same regions with duplicates of the descriptors. May throw std::bad_alloc.
     bool dupe(std::vector<GrantorDescriptor>* grantors, NativeHandle* handle) const;

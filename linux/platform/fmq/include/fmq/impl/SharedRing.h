@@ -22,8 +22,15 @@ class SharedRing final {
     static_assert(Counter::is_always_lock_free && sizeof(Counter) == sizeof(uint64_t),
                   "a lock inside of the process would not keep the peer out");
 
-    // Borrows the three regions until the next map or unmap. `size` is not 0.
-    void map(Counter* readCounter, Counter* writeCounter, unsigned char* bytes, size_t size);
+    // Where the ring's bytes are: mapped, and as a part of a file.
+    struct Place {
+        unsigned char* bytes;
+        size_t size;  // not 0
+        int fd;
+        uint64_t offset;
+    };
+    // Borrows counters, bytes and descriptor until the next map or unmap.
+    void map(Counter* readCounter, Counter* writeCounter, const Place& place);
     void unmap() { *this = SharedRing(); }
     bool isMapped() const { return mBytes != nullptr; }
     size_t size() const { return mSize; }
@@ -91,11 +98,17 @@ class SharedRing final {
     bool findReadable(size_t count, size_t elementSize, Position* at) const;
     bool findWritable(size_t count, size_t elementSize, Position* at) const;
     Block blockAt(size_t offset, size_t length) const;
-    void prepare(size_t offset, size_t length) const {
-        if (length >= kLargeBlock) populate(offset, length);
+    // What most messages are: they are copied without a further call.
+    bool isShort(size_t offset, size_t length) const {
+        return length < kLargeBlock && length <= mSize - offset;
     }
+    // Copy any other block.
+    void copyOut(void* target, size_t offset, size_t length);
+    void copyIn(const void* source, size_t offset, size_t length);
+    // Has the kernel copy a block that was never read here. False when it was, or it cannot.
+    bool fetch(void* target, const Block& block);
     // Gets the memory of a block that is about to be written to.
-    void populate(size_t offset, size_t length) const;
+    void populate(size_t offset, size_t length);
     bool commit(End* end, size_t length) const;
 
     // Distance of the counters; more than mSize when they make no sense together.
@@ -105,15 +118,19 @@ class SharedRing final {
     End mWrite;
     unsigned char* mBytes = nullptr;
     size_t mSize = 0;
-    mutable size_t mPopulated = 0;  // bytes from the ring's beginning that were written to here
+    int mFd = -1;
+    uint64_t mFdOffset = 0;  // of the ring's beginning
+    size_t mPopulated = 0;   // bytes from the ring's beginning that were written to here
+    size_t mFetched = 0;     // and that were read here
 };
 
-inline void SharedRing::map(Counter* readCounter, Counter* writeCounter, unsigned char* bytes,
-                            size_t size) {
+inline void SharedRing::map(Counter* readCounter, Counter* writeCounter, const Place& place) {
     mRead = {readCounter, {0, 0}};
     mWrite = {writeCounter, {0, 0}};
-    mBytes = bytes;
-    mSize = size;
+    mBytes = place.bytes;
+    mSize = place.size;
+    mFd = place.fd;
+    mFdOffset = place.offset;
 }
 
 inline void SharedRing::reset() {
@@ -150,12 +167,10 @@ inline bool SharedRing::read(void* target, size_t count, size_t elementSize) {
     if (!findReadable(count, elementSize, &at)) return false;
     if (count == 0) return true;
     const size_t length = count * elementSize;
-    const size_t beforeEnd = mSize - at.offset;
-    if (length <= beforeEnd) {
+    if (isShort(at.offset, length)) {
         memcpy(target, mBytes + at.offset, length);
     } else {
-        memcpy(target, mBytes + at.offset, beforeEnd);
-        memcpy(static_cast<unsigned char*>(target) + beforeEnd, mBytes, length - beforeEnd);
+        copyOut(target, at.offset, length);
     }
     mRead.advance(at, length, mSize);
     return true;
@@ -166,13 +181,10 @@ inline bool SharedRing::write(const void* source, size_t count, size_t elementSi
     if (!findWritable(count, elementSize, &at)) return false;
     if (count == 0) return true;
     const size_t length = count * elementSize;
-    const size_t beforeEnd = mSize - at.offset;
-    prepare(at.offset, length);
-    if (length <= beforeEnd) {
+    if (isShort(at.offset, length)) {
         memcpy(mBytes + at.offset, source, length);
     } else {
-        memcpy(mBytes + at.offset, source, beforeEnd);
-        memcpy(mBytes, static_cast<const unsigned char*>(source) + beforeEnd, length - beforeEnd);
+        copyIn(source, at.offset, length);
     }
     mWrite.advance(at, length, mSize);
     return true;
@@ -189,7 +201,6 @@ inline bool SharedRing::beginWrite(size_t count, size_t elementSize, Block* bloc
     Position at;
     if (!findWritable(count, elementSize, &at)) return false;
     *block = blockAt(at.offset, count * elementSize);
-    prepare(at.offset, count * elementSize);
     return true;
 }
 
