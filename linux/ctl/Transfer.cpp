@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <functional>
+#include <future>
 #include <random>
 #include <thread>
 #include <vector>
@@ -30,28 +32,38 @@ using Clock = std::chrono::steady_clock;
 constexpr auto kLongestTurn = std::chrono::seconds(30);
 constexpr auto kLookAgain = std::chrono::milliseconds(5);
 
-// Puts the content straight into the ring; nothing of it is there before all of it is.
-//
-// The kernel copies a file into the queue's memory by its descriptor, which costs no page fault and
-// no zeroed page for every 4 KiB, as the mapping would.
-void fill(ByteQueue* queue, const ByteQueueDescriptor& desc, const Content& content,
+// Puts the content at the beginning of a new queue's ring, where nobody finds it before it is
+// committed. The kernel copies a file into the queue's memory by its descriptor, which costs no
+// page fault and no zeroed page for every 4 KiB, as the mapping would.
+void fill(const ByteQueue& queue, const ByteQueueDescriptor& desc, const Content& content,
           Progress* progress) {
     ByteQueue::MemTransaction room;
-    const bool begun = queue->beginWrite(content.size(), &room);
-    const ByteQueue::MemRegion& ring = room.getFirstRegion();
-    if (!begun || ring.getLength() < content.size()) {
-        throw Failure(kNotReached, "the queue does not take what it was made for: try again");
-    }
+    queue.beginWrite(content.size(), &room);
+    int8_t* const ring = room.getFirstRegion().getAddress();
     const auto start = static_cast<uint64_t>(desc.grantors[kRing].offset);
     for (uint64_t done = 0; done < content.size();) {
         const size_t count = std::min<uint64_t>(kPiece, content.size() - done);
         if (!content.send(done, desc.handle.fds[0].get(), start + done, count)) {
-            content.read(done, ring.getAddress() + done, count);
+            content.read(done, ring + done, count);
         }
         done += count;
         progress->sending(done);
     }
-    queue->commitWrite(content.size());
+}
+
+void handOver(Client* client, const ByteQueueDescriptor& desc) {
+    if (client->configure(desc)) return;
+    throw Failure(kRefused, "the service refused the queue: its log tells why");
+}
+
+// At the same time: the service needs about as long to give back the memory of the queue that it
+// had as the bytes take on their way into the new one.
+void handOverAndFill(Client* client, const ByteQueue& queue, const ByteQueueDescriptor& desc,
+                     const Content& content, Progress* progress) {
+    std::future<void> configured =
+            std::async(std::launch::async, handOver, client, std::cref(desc));
+    fill(queue, desc, content, progress);
+    configured.get();
 }
 
 Failure notTaken(const std::string& why) {
@@ -75,19 +87,15 @@ Outcome outcomeOf(bool stored, size_t left, size_t size) {
     return stored || left < size ? Outcome::kOvertaken : Outcome::kNotTaken;
 }
 
-// One attempt.
-Outcome offer(Client* client, const std::string& path, const Content& content, ByteQueue* queue,
+// Asks the service, which has the queue, for the bytes in it.
+Outcome offer(Client* client, const std::string& path, size_t size, ByteQueue* queue,
               Progress* progress) {
-    const ByteQueueDescriptor desc = queue->dupeDesc();
-    if (!client->configure(desc)) {
-        throw Failure(kRefused, "the service refused the queue: its log tells why");
-    }
-    fill(queue, desc, content, progress);
-    if (queue->availableToRead() != content.size()) return Outcome::kOvertaken;
+    queue->commitWrite(size);
+    if (queue->availableToRead() != size) return Outcome::kOvertaken;
     progress->storing();
-    const bool stored = client->requestRead(path, static_cast<int32_t>(content.size()));
+    const bool stored = client->requestRead(path, static_cast<int32_t>(size));
     progress->stored();
-    return outcomeOf(stored, queue->availableToRead(), content.size());
+    return outcomeOf(stored, queue->availableToRead(), size);
 }
 
 // Clients that got into each other's way would do so again if they went on at the same pace.
@@ -122,15 +130,19 @@ bool storeThroughQueue(Client* client, const std::string& path, const Content& c
                        Progress* progress) {
     ByteQueue queue(content.size());
     if (!queue.isValid()) throw noMemory(content.size());
+    const ByteQueueDescriptor desc = queue.dupeDesc();
     const ::ndk::ScopedFileDescriptor turn = takeTurn(progress);
+    auto start = Clock::now();
+    handOverAndFill(client, queue, desc, content, progress);
     for (int attempt = 1; attempt <= kAttempts; ++attempt) {
-        const auto start = Clock::now();
-        const Outcome outcome = offer(client, path, content, &queue, progress);
+        const Outcome outcome = offer(client, path, content.size(), &queue, progress);
         if (outcome == Outcome::kNotTaken) {
             throw notTaken("another client replaced its queue, or it has no memory for them");
         }
         if (outcome != Outcome::kOvertaken) return outcome == Outcome::kStored;
         letOthersFinish(attempt * (Clock::now() - start));
+        start = Clock::now();
+        handOver(client, desc);
     }
     throw notTaken("other clients use its queue");
 }
@@ -142,7 +154,8 @@ bool attachFilledQueue(Client* client, size_t size, const Content& content) {
     Progress progress(content.size(), {});
     const ::ndk::ScopedFileDescriptor turn = takeTurn(&progress);
     if (!client->configure(desc)) return false;
-    if (content.size() > 0) fill(&queue, desc, content, &progress);
+    fill(queue, desc, content, &progress);
+    queue.commitWrite(content.size());
     return true;
 }
 
