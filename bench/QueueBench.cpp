@@ -1,6 +1,7 @@
 // What the queue costs beside what it cannot do without: a copy of the same bytes out of (or into)
 // the same shared memory for a message, a bare mmap and munmap of the same memory for a queue.
 
+#include <fcntl.h>
 #include <fmq/AidlMessageQueue.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -23,7 +24,6 @@ using Queue = ::android::AidlMessageQueue<int8_t, SynchronizedReadWrite>;
 using Descriptor = MQDescriptor<int8_t, SynchronizedReadWrite>;
 
 constexpr char kGroup[] = "queue";
-constexpr size_t kRingOffset = 16;
 
 struct Size {
     const char* name;
@@ -32,22 +32,38 @@ struct Size {
 constexpr Size kMessages[] = {{"64 B", 64}, {"4 KiB", 4096}, {"1 MiB", 1 << 20}};
 constexpr Size kRings[] = {{"4 KiB", 4096}, {"1 MiB", 1 << 20}, {"64 MiB", 64 << 20}};
 
+size_t ringOffset(const Descriptor& desc) {
+    return static_cast<size_t>(desc.grantors.at(2).offset);
+}
+
+// A queue's memory, up to the end of its ring.
+struct Mapping {
+    explicit Mapping(const Descriptor& desc)
+        : size(ringOffset(desc) + static_cast<size_t>(desc.grantors.at(2).extent)),
+          base(::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED,
+                      desc.handle.fds.at(0).get(), 0)) {
+        check(base != MAP_FAILED, "mmap");
+    }
+    ~Mapping() { ::munmap(base, size); }
+    Mapping(const Mapping&) = delete;
+    Mapping& operator=(const Mapping&) = delete;
+
+    size_t size;
+    void* base;
+};
+
 // A queue, and its ring without the queue.
 struct Ring {
-    explicit Ring(size_t length) : queue(length), size(kRingOffset + length) {
-        const Descriptor desc = queue.dupeDesc();
-        void* base = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED,
-                            desc.handle.fds.at(0).get(), 0);
-        check(base != MAP_FAILED, "mmap");
-        bytes = static_cast<int8_t*>(base) + kRingOffset;
-    }
-    ~Ring() { ::munmap(bytes - kRingOffset, size); }
-    Ring(const Ring&) = delete;
-    Ring& operator=(const Ring&) = delete;
+    explicit Ring(size_t length)
+        : queue(length),
+          desc(queue.dupeDesc()),
+          mapping(desc),
+          bytes(static_cast<int8_t*>(mapping.base) + ringOffset(desc)) {}
 
     Queue queue;
-    size_t size;
-    int8_t* bytes = nullptr;
+    Descriptor desc;
+    Mapping mapping;
+    int8_t* bytes;
 };
 
 // A pass moves many messages, so that reading the clock does not count. Both sides of a comparison
@@ -123,9 +139,11 @@ void measureWrite(const Size& size) {
              size.bytes);
 }
 
-void mapOnce(int fd, size_t length) {
-    void* base = ::mmap(nullptr, kRingOffset + length, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
-    ::munmap(base, kRingOffset + length);
+// What no reader can do without: a descriptor of its own, and the counters set to 0.
+void attachBarely(const Descriptor& desc) {
+    const int own = ::fcntl(desc.handle.fds.at(0).get(), F_DUPFD_CLOEXEC, 0);
+    *static_cast<volatile uint64_t*>(Mapping(desc).base) = 0;
+    ::close(own);
 }
 
 // The reader's end: the descriptor is checked, its memory mapped, and let go again.
@@ -134,9 +152,8 @@ void measureAttach(const Size& size) {
     const std::string name = std::string("attach and release, ") + size.name;
     if (!bench::wants(kGroup, name)) return;
     const Descriptor desc = Queue(size.bytes).dupeDesc();
-    const int fd = desc.handle.fds.at(0).get();
     const Subject mapping = {[&] {
-        for (size_t i = 0; i < kTimes; ++i) mapOnce(fd, size.bytes);
+        for (size_t i = 0; i < kTimes; ++i) attachBarely(desc);
     }};
     const Subject attaching = {[&] {
         for (size_t i = 0; i < kTimes; ++i) check(Queue(desc, true).isValid(), "attaching");

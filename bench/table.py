@@ -7,7 +7,8 @@ GROUPS = {  # what the floor is
             "same file written); for VERBOSE lines, the call without them",
     "clients": "time for each call with so many clients at once; floor: as many on raw sockets, a "
                "thread for each",
-    "queue": "one message, or one queue; floor: memcpy of the bytes, mmap and munmap of the memory",
+    "queue": "one message, or one queue; floor: memcpy of the bytes; "
+             "the descriptor duplicated, its memory mapped, written to once, and both let go",
     "transfer": "request_read of bytes that wait; floor: the same bytes copied and written once, by "
                 "way of fresh (calloc) or warm memory",
     "instructions": "instructions of one call through proxy and parcels; floor: the method called "
