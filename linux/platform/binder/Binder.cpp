@@ -151,9 +151,10 @@ binder_status_t AIBinder_ping(AIBinder* binder) {
 
 bool AIBinder_associateClass(AIBinder* binder, const AIBinder_Class* clazz) {
     if (binder == nullptr || clazz == nullptr) return false;
-    if (binder->clazz() == clazz) return true;
-    return binder->clazz() == nullptr && standin::isOfInterface(binder, clazz->descriptor) &&
-           binder->setClass(clazz);
+    if (binder->clazz() == nullptr && !standin::isOfInterface(binder, clazz->descriptor)) {
+        return false;
+    }
+    return binder->setClass(clazz);
 }
 
 const AIBinder_Class* AIBinder_getClass(AIBinder* binder) {

@@ -42,6 +42,8 @@ TEST(BinderParcel, LaysValuesOutAsAndroidDoes) {
     EXPECT_EQ(AParcel_writeByteArray(&parcel, nullptr, -2), STATUS_BAD_VALUE);
     EXPECT_EQ(AParcel_writeParcelFileDescriptor(&parcel, -2), STATUS_BAD_VALUE);
     EXPECT_EQ(parcel.size(), sizeof(int32_t) * words.size());
+    AParcel borrowed(parcel.data(), parcel.size());
+    EXPECT_EQ(AParcel_writeInt32(&borrowed, 1), STATUS_NO_MEMORY);
 }
 
 template <typename T>
@@ -124,10 +126,12 @@ TEST(BinderStatus, TravelsWithItsExceptionAndMessage) {
     }
 }
 
-TEST(LocalBinder, AnswersByItselfWhatEveryBinderIsAsked) {
+TEST(LocalBinder, AnswersByItselfWhatEveryBinderIsAskedAndEndsWithItsLastReference) {
     static const auto* const clazz = AIBinder_Class_define(
-            "test.INothing", [](void* args) { return args; }, [](void*) {}, nullptr);
-    const ndk::SpAIBinder binder(AIBinder_new(clazz, nullptr));
+            "test.INothing", [](void* args) { return args; },
+            [](void* ended) { *static_cast<bool*>(ended) = true; }, nullptr);
+    bool ended = false;
+    ndk::SpAIBinder binder(AIBinder_new(clazz, &ended));
     const std::pair<transaction_code_t, binder_status_t> cases[] = {
             {0x5f504e47, STATUS_OK},         {0x5f4e5446, STATUS_OK},  // _PNG, _NTF
             {0x5f444d50, STATUS_OK},         {0x5f535052, STATUS_OK},  // _DMP, _SPR
@@ -139,6 +143,11 @@ TEST(LocalBinder, AnswersByItselfWhatEveryBinderIsAsked) {
         AParcel reply;
         EXPECT_EQ(binder.get()->transact(code, AParcel(), &reply), expected) << code;
     }
+    const ndk::ScopedAIBinder_Weak weak(AIBinder_Weak_new(binder.get()));
+    EXPECT_EQ(ndk::SpAIBinder(AIBinder_Weak_promote(weak.get())), binder);
+    binder.set(nullptr);
+    EXPECT_TRUE(ended);
+    EXPECT_EQ(AIBinder_Weak_promote(weak.get()), nullptr);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <android/log.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -101,18 +102,23 @@ TEST(StderrLogger, WritesLogcatsBriefFormOfWhatTheUserAllows) {
         __android_log_write(ANDROID_LOG_ERROR, "FMQ", "first\n\nthird");
         __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
         __android_log_write(ANDROID_LOG_WARN, "hush", "whatever the program wants");
-        __android_log_write(ANDROID_LOG_DEBUG, "tag", "text");
+        for (const int priority : {3, 8, 9}) __android_log_write(priority, "tag", "text");
     });
     EXPECT_EQ(output, brief("I/LUM:lumvndhal_aidl", "ends in a newline") +
                               brief("E/FMQ     ", "first") + brief("E/FMQ     ", "") +
-                              brief("E/FMQ     ", "third") + brief("D/tag     ", "text"));
+                              brief("E/FMQ     ", "third") + brief("D/tag     ", "text") +
+                              brief("S/tag     ", "text") + brief("?/tag     ", "text"));
 }
 
 // Messages far longer than the pipe, so that they are written in many pieces. A child forked while
-// a thread is in the middle of one must still be able to log.
+// a thread is in the middle of one must still be able to log. Now and then the pipe makes writers
+// wait after all, and signals interrupt them.
 TEST(StderrLogger, LosesNothingAndNeverMixesTheLinesOfThreadsOrChildren) {
     const std::string texts[] = {std::string(20000, 'a'), std::string(50, 'b'),
                                  std::string(20000, 'c'), std::string(50, 'd')};
+    struct sigaction interruption = {};
+    interruption.sa_handler = [](int) {};
+    ::sigaction(SIGUSR1, &interruption, nullptr);
     std::istringstream output(stderrOf([&texts] {
         std::vector<std::thread> threads;
         for (const std::string& text : texts)
@@ -121,12 +127,14 @@ TEST(StderrLogger, LosesNothingAndNeverMixesTheLinesOfThreadsOrChildren) {
                     __android_log_write(ANDROID_LOG_INFO, "tag", text.c_str());
             });
         for (int i = 0; i < 30; ++i) {
+            ::fcntl(STDERR_FILENO, F_SETFL, i % 2 == 0 ? 0 : O_NONBLOCK);
             support::ChildProcess child([] {
                 ::alarm(10);
                 ::close(STDERR_FILENO);  // no lock keeps its lines from coming between
                 return __android_log_write(ANDROID_LOG_INFO, "tag", "child") - 1;
             });
             EXPECT_EQ(child.wait(), 0);
+            for (std::thread& thread : threads) ::pthread_kill(thread.native_handle(), SIGUSR1);
         }
         for (std::thread& thread : threads) thread.join();
     }));

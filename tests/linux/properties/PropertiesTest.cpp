@@ -32,7 +32,7 @@ std::string get(const std::string& key, const char* fallback = "default") {
 }
 
 TEST(Properties, KeepWhatIsSetUpTo91Bytes) {
-    const std::string key = "vendor.test-a_b@c:d.1";
+    const std::string key = "vendor.test-a_z@A:Z.09";
     for (const std::string& value :
          {"1"s, "1 "s, " x\ny\n"s, "\n"s, kLongest.substr(1) + "\n", kLongest}) {
         EXPECT_EQ(property_set(key.c_str(), value.c_str()), 0);
