@@ -58,6 +58,7 @@ writes_nowhere_else() {
         expect "what can be written under $net" tried \
             "$(HOME=$(realpath ~) device --protect $net sh -c "$try" "$work" "launcher-test-$$" 2>&1)"
     done
+    expect 'lines said by default' "$(what_is_said --protect both true | wc -l)" "$(what_is_said true | wc -l)"
 }
 
 keeps_the_surroundings() {
@@ -66,6 +67,7 @@ keeps_the_surroundings() {
         echo 2>/dev/null x >/dev/full || echo full'
     expect 'the surroundings' "$(printf '%s\n' "$work" "$(id -u)" kept "$means" sh same 2 full)" \
         "$(cd "$work" && KEPT=kept device sh -c "$look")"
+    expect 'status without PATH' 0 "$(env -u PATH "$run" --quiet --with "$means" true && echo $?)"
     expect 'standard input' 'a line' "$(device cat <<<'a line')"
     expect 'signals under nohup' "$(nohup grep 'Sig[BI]' /proc/self/status)" \
         "$(nohup "$run" --quiet --with "$means" grep 'Sig[BI]' /proc/self/status)"
