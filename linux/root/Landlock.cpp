@@ -53,7 +53,6 @@ bool allowWritingOnlyBelow(const std::vector<std::string>& paths) {
     if (handled.handled_access_fs == 0) return false;
     const auto ruleset =
             static_cast<int>(::syscall(SYS_landlock_create_ruleset, &handled, sizeof(handled), 0));
-    if (ruleset < 0) return false;
     for (const auto& path : paths) allow(ruleset, handled.handled_access_fs, path);
     const bool done = ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
                       ::syscall(SYS_landlock_restrict_self, ruleset, 0) == 0;
