@@ -5,6 +5,7 @@
 
 #include <fcntl.h>
 #include <fmq/AidlMessageQueue.h>
+#include <malloc.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -126,6 +127,9 @@ int main(int argc, char** argv) {
     bench::readOptions(argc, argv);
     bench::pinTo(0);
     const bench::Worker serving([] { bench::serve(0); });
+    // Here, and not in the service: otherwise calloc soon hands out what it kept from the block
+    // before, and nothing is fresh.
+    ::mallopt(M_MMAP_THRESHOLD, 32 << 10);
     const auto service = bench::connect();
     for (const Size& size : kSizes) measureSize(*service, size);
     return 0;

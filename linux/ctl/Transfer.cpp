@@ -26,11 +26,17 @@ using ByteQueue =
 
 constexpr size_t kPiece = size_t{4} * 1024 * 1024;  // from one look at the progress to the next
 constexpr size_t kRing = 2;                         // behind the counters, among the grantors
+constexpr size_t kWorthAThread = size_t{8} * 1024 * 1024;
 constexpr int kAttempts = 10;
 
 using Clock = std::chrono::steady_clock;
 constexpr auto kLongestTurn = std::chrono::seconds(30);
 constexpr auto kLookAgain = std::chrono::milliseconds(5);
+
+// For few bytes a thread costs more than it saves.
+std::launch policyFor(uint64_t size) {
+    return size < kWorthAThread ? std::launch::deferred : std::launch::async;
+}
 
 // Puts the content at the beginning of a new queue's ring, where nobody finds it before it is
 // committed. The kernel copies a file into the queue's memory by its descriptor, which costs no
@@ -56,12 +62,12 @@ void handOver(Client* client, const ByteQueueDescriptor& desc) {
     throw Failure(kRefused, "the service refused the queue: its log tells why");
 }
 
-// At the same time: the service needs about as long to give back the memory of the queue that it
-// had as the bytes take on their way into the new one.
+// With many bytes at the same time: the service needs about as long to give back the memory of the
+// queue that it had as they take on their way into the new one.
 void handOverAndFill(Client* client, const ByteQueue& queue, const ByteQueueDescriptor& desc,
                      const Content& content, Progress* progress) {
     std::future<void> configured =
-            std::async(std::launch::async, handOver, client, std::cref(desc));
+            std::async(policyFor(content.size()), handOver, client, std::cref(desc));
     fill(queue, desc, content, progress);
     configured.get();
 }
@@ -87,13 +93,33 @@ Outcome outcomeOf(bool stored, size_t left, size_t size) {
     return stored || left < size ? Outcome::kOvertaken : Outcome::kNotTaken;
 }
 
+// The service keeps a queue until it is given the next. What is in this one is needed no longer as
+// soon as the service has taken it, which is before it stores it.
+void releaseMemory(const ByteQueueDescriptor& desc) {
+    const auto& ring = desc.grantors[kRing];
+    ::fallocate(desc.handle.fds[0].get(), FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE, ring.offset,
+                ring.extent);
+}
+
+bool requestRead(Client* client, const std::string& path, size_t size, const ByteQueue& queue,
+                 const ByteQueueDescriptor& desc) {
+    auto stored = std::async(policyFor(size),
+                             [&] { return client->requestRead(path, static_cast<int32_t>(size)); });
+    while (stored.wait_for(kLookAgain) == std::future_status::timeout) {
+        if (queue.availableToRead() > 0) continue;
+        releaseMemory(desc);
+        break;
+    }
+    return stored.get();
+}
+
 // Asks the service, which has the queue, for the bytes in it.
 Outcome offer(Client* client, const std::string& path, size_t size, ByteQueue* queue,
-              Progress* progress) {
+              const ByteQueueDescriptor& desc, Progress* progress) {
     queue->commitWrite(size);
     if (queue->availableToRead() != size) return Outcome::kOvertaken;
     progress->storing();
-    const bool stored = client->requestRead(path, static_cast<int32_t>(size));
+    const bool stored = requestRead(client, path, size, *queue, desc);
     progress->stored();
     return outcomeOf(stored, queue->availableToRead(), size);
 }
@@ -135,7 +161,7 @@ bool storeThroughQueue(Client* client, const std::string& path, const Content& c
     auto start = Clock::now();
     handOverAndFill(client, queue, desc, content, progress);
     for (int attempt = 1; attempt <= kAttempts; ++attempt) {
-        const Outcome outcome = offer(client, path, content.size(), &queue, progress);
+        const Outcome outcome = offer(client, path, content.size(), &queue, desc, progress);
         if (outcome == Outcome::kNotTaken) {
             throw notTaken("another client replaced its queue, or it has no memory for them");
         }
