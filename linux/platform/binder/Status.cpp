@@ -55,28 +55,19 @@ AStatus* newStatus(binder_exception_t exception, std::string message) {
                        std::move(message)};
 }
 
+constexpr std::pair<binder_status_t, const char*> kStatusNames[] = {
+        {STATUS_UNKNOWN_ERROR, "UNKNOWN_ERROR"},
+        {STATUS_BAD_TYPE, "BAD_TYPE"},
+        {STATUS_DEAD_OBJECT, "DEAD_OBJECT"},
+        {STATUS_FAILED_TRANSACTION, "FAILED_TRANSACTION"},
+        {STATUS_FDS_NOT_ALLOWED, "FDS_NOT_ALLOWED"},
+        {STATUS_UNEXPECTED_NULL, "UNEXPECTED_NULL"},
+        {STATUS_UNKNOWN_TRANSACTION, "UNKNOWN_TRANSACTION"},
+        {STATUS_NOT_ENOUGH_DATA, "NOT_ENOUGH_DATA"}};
+
 std::string statusName(binder_status_t status) {
-    switch (status) {
-        case STATUS_OK:
-            return "OK";
-        case STATUS_UNKNOWN_ERROR:
-            return "UNKNOWN_ERROR";
-        case STATUS_BAD_TYPE:
-            return "BAD_TYPE";
-        case STATUS_DEAD_OBJECT:
-            return "DEAD_OBJECT";
-        case STATUS_FAILED_TRANSACTION:
-            return "FAILED_TRANSACTION";
-        case STATUS_FDS_NOT_ALLOWED:
-            return "FDS_NOT_ALLOWED";
-        case STATUS_UNEXPECTED_NULL:
-            return "UNEXPECTED_NULL";
-        case STATUS_UNKNOWN_TRANSACTION:
-            return "UNKNOWN_TRANSACTION";
-        case STATUS_NOT_ENOUGH_DATA:
-            return "NOT_ENOUGH_DATA";
-        default:
-            break;
+    for (const auto& [known, name] : kStatusNames) {
+        if (known == status) return name;
     }
     const char* text = status < 0 && status > -4096 ? ::strerrordesc_np(-status) : nullptr;
     return std::to_string(status) + (text == nullptr ? "" : std::string(" ") + text);
