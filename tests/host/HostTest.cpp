@@ -106,8 +106,9 @@ TEST(Host, TakesItsOptionsAndSaysInOneLineWhatItRefuses) {
         const int status = refusing.wait();
         return std::to_string(status) + " " + refusing.errors();
     };
-    for (const char* wrong : {"--threads=0", "--threads=65", "--threads=x", "--threads",
-                              "--instance=", "--nonsense", "argument"}) {
+    for (const char* wrong :
+         {"--threads=0", "--threads=65", "--threads=x", "--threads=-1", "--threads=4x", "--threads",
+          "--instance=", "--nonsense", "argument"}) {
         EXPECT_THAT(refused(wrong), MatchesRegex("2 [^\n]+\n"));
     }
     EXPECT_THAT(refused("--instance=a b"), MatchesRegex("1 [^\n]+ no valid name[^\n]*\n"));
@@ -119,7 +120,8 @@ TEST(Host, TakesItsOptionsAndSaysInOneLineWhatItRefuses) {
 TEST(Host, WritesALineForEachCallWhenToldToTraceThem) {
     HostProcess host({"--trace"});
     const auto service = HostProcess::connect();
-    EXPECT_TRUE(write(*service, "/f", {1, 2, 3}));
+    EXPECT_TRUE(write(*service, "/f", {1, 2, 3}) && write(*service, "/f", {}));
+    EXPECT_EQ(get(*service, "LUMTR_VERSION"), "1.0.0");
     EXPECT_EQ(set(*service, "LUMNETSTATS", "\n" + std::string(98, 'x') + "ä"), -1);
     EXPECT_EQ(host.endWith(SIGTERM), 0);
     const std::string begin = "I/LUM:calls\\([ 0-9]+\\): [0-9:]{8}\\.[0-9]{3} ";
@@ -128,6 +130,9 @@ TEST(Host, WritesALineForEachCallWhenToldToTraceThem) {
                 MatchesRegex(".*" + begin +
                              "write_data_to_vendor_dropbox\\(spath=/f, data=3 bytes, length=3\\) "
                              "= true" +
+                             end + ".*data=0 bytes, length=0\\) = true" + end + ".*" + begin +
+                             "get_vnd_data\\(cmd=LUMTR_VERSION\\) = 0, "
+                             "vnd_data=LumvndhalGenericData\\{data_size: 5, data: 1.0.0\\}" +
                              end + ".*" + begin +
                              "set_vnd_data\\(cmd=LUMNETSTATS, param=\\.x{98}\\.\\.\\. "
                              "\\(101 bytes\\)\\) = -1" +
@@ -150,16 +155,17 @@ class SampleEngine : public testing::Test {
 };
 
 TEST_F(SampleEngine, AnswersCampaignCommandsAndQuestions) {
-    for (const char* camp : {"k1;c2,c1,", "k1;c3", "say \"hi\"\n;c\\"})
+    for (const char* camp : {"k1;c2,c1,", "k1;c3", "none;,", "say \"hi\"\n\x7f;c\\"})
         set(*mService, "startCamp", camp);
-    EXPECT_EQ(set(*mService, "stopCamp", "k1;c1"), 0);
+    for (const char* camp : {"k1;c1", "k1;other", "none;c"}) set(*mService, "stopCamp", camp);
     EXPECT_EQ(set(*mService, "startModuleCamp", "3"), 0);
     EXPECT_EQ(get(*mService, "statusCamp;3") + get(*mService, "statusCamp;4"), "onoff");
     EXPECT_EQ(
             get(*mService, "collectorsState"),
             R"({"campaigns":[{"key":"k1","collectors":["c2","c3"]},)"
-            R"({"key":"say \"hi\"\u000a","collectors":["c\\"]}],"modules":[{"id":3,"on":true}]})");
-    for (const char* key : {"k1;", "say \"hi\"\n;"}) EXPECT_EQ(set(*mService, "stopCamp", key), 0);
+            R"({"key":"say \"hi\"\u000a\u007f","collectors":["c\\"]}],"modules":[{"id":3,"on":true}]})");
+    for (const char* key : {"k1;", "say \"hi\"\n\x7f;"})
+        EXPECT_EQ(set(*mService, "stopCamp", key), 0);
     EXPECT_EQ(set(*mService, "cmdOptout", "3"), 0);
     EXPECT_EQ(get(*mService, "collectorsState"), R"({"campaigns":[],"modules":[]})");
 }
@@ -171,6 +177,7 @@ TEST_F(SampleEngine, HoldsAsManyCampaignsAndModulesAsItSaysAndNoMore) {
     EXPECT_EQ(set(*mService, "startCamp", "k299;c"), 0);
     EXPECT_EQ(countInState("\"k299\""), 1);
     for (int i = 0; i < 1100; ++i) set(*mService, "startModuleCamp", std::to_string(1000 + i));
+    set(*mService, "startModuleCamp", "1000");  // which is on already
     EXPECT_EQ(get(*mService, "statusCamp;2023") + get(*mService, "statusCamp;2024"), "onoff");
 }
 

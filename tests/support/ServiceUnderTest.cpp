@@ -2,7 +2,6 @@
 
 #include <android/binder_manager.h>
 #include <android/binder_process.h>
-#include <unistd.h>
 
 #include <cstdlib>
 
@@ -22,7 +21,7 @@ int serve(void (*prepare)(LumvndhalImpl&)) {
     const ndk::SpAIBinder binder = object->asBinder();
     if (AServiceManager_addService(binder.get(), kInstance.c_str()) != EX_NONE) return 1;
     ABinderProcess_startThreadPool();
-    for (;;) ::pause();
+    for (;;) ABinderProcess_joinThreadPool();
 }
 
 }  // namespace

@@ -1,3 +1,4 @@
+#include <android/binder_interface_utils.h>
 #include <android/log.h>
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -50,6 +51,9 @@ TEST_F(BinderCall, TellsForeignInterfacesApart) {
     const ndk::SpAIBinder binder(AServiceManager_checkService(kName));
     EXPECT_FALSE(AIBinder_associateClass(binder.get(), other));
     EXPECT_FALSE(AIBinder_associateClass(mBinder.get(), other));
+    EXPECT_EQ(AIBinder_getUserData(mBinder.get()), nullptr);
+    EXPECT_EQ(ndk::ICInterface::asInterface(mBinder.get()), nullptr);
+    EXPECT_EQ(AServiceManager_addService(mBinder.get(), kName), EX_ILLEGAL_ARGUMENT);
 }
 
 TEST_F(BinderCall, ServesManyCallersAtOnce) {
@@ -81,7 +85,7 @@ ndk::ScopedAIBinder_DeathRecipient makeRecipient() {
 }
 
 TEST_F(BinderCall, ReportsAServiceThatIsKilled) {
-    Deaths deaths[3];  // of recipients that are kept, unlinked and deleted
+    Deaths deaths[4];  // of recipients that are kept, unlinked and deleted, and of a proxy dropped
     const auto kept = makeRecipient();
     auto deleted = makeRecipient();
     const ndk::SpAIBinder uncalled = find();  // it learns of the end from its watching alone
@@ -92,6 +96,7 @@ TEST_F(BinderCall, ReportsAServiceThatIsKilled) {
     EXPECT_EQ(AIBinder_unlinkToDeath(binder, kept.get(), &deaths[1]), STATUS_OK);
     EXPECT_EQ(AIBinder_unlinkToDeath(binder, kept.get(), &deaths[1]), STATUS_NAME_NOT_FOUND);
     deleted.set(nullptr);
+    EXPECT_EQ(AIBinder_linkToDeath(find().get(), kept.get(), &deaths[3]), STATUS_OK);
     auto pending = startSleep(60000);
     mService->endWith(SIGKILL);
     EXPECT_EQ(pending.get(), STATUS_DEAD_OBJECT);
@@ -99,8 +104,8 @@ TEST_F(BinderCall, ReportsAServiceThatIsKilled) {
     EXPECT_FALSE(AIBinder_isAlive(binder));
     EXPECT_EQ(AIBinder_linkToDeath(binder, kept.get(), &deaths[0]), STATUS_DEAD_OBJECT);
     EXPECT_EQ(deaths[0].died, 1);
-    EXPECT_EQ(deaths[1].died + deaths[2].died, 0);
-    EXPECT_EQ(deaths[1].unlinked + deaths[2].unlinked, 2);
+    EXPECT_EQ(deaths[1].died + deaths[2].died + deaths[3].died, 0);
+    EXPECT_EQ(deaths[1].unlinked + deaths[2].unlinked + deaths[3].unlinked, 3);
 }
 
 // The new service is there at once, where the killed one left its socket.
@@ -206,8 +211,11 @@ TEST(BinderNames, AreCheckedBeforeAnythingIsMadeAndFoundByTheirInterface) {
                                     std::string(standin::kMaxNameLength + 1, 'x')}) {
         EXPECT_EQ(AServiceManager_addService(binder.get(), name.c_str()), EX_ILLEGAL_ARGUMENT);
         EXPECT_EQ(AServiceManager_checkService(name.c_str()), nullptr);
+        EXPECT_EQ(AServiceManager_waitForService(name.c_str()), nullptr);
+        EXPECT_FALSE(AServiceManager_isDeclared(name.c_str()));
     }
     EXPECT_EQ(AServiceManager_addService(nullptr, kName), EX_ILLEGAL_ARGUMENT);
+    EXPECT_EQ(AServiceManager_addService(binder.get(), nullptr), EX_ILLEGAL_ARGUMENT);
     EXPECT_EQ(support::namesIn("/dev/socket/binder"), std::vector<std::string>{});
 
     for (const char* name : {"test.IEcho/b", "test.IEcho/a", "test.IEcho2/c"}) {

@@ -1,6 +1,7 @@
 // Parcels and statuses as they are laid out and read, and what a local binder answers by itself.
 #include <aidl/android/hardware/common/NativeHandle.h>
 #include <aidl/android/hardware/common/fmq/GrantorDescriptor.h>
+#include <android/binder_interface_utils.h>
 #include <android/binder_parcel_utils.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -44,6 +45,12 @@ TEST(BinderParcel, LaysValuesOutAsAndroidDoes) {
     EXPECT_EQ(parcel.size(), sizeof(int32_t) * words.size());
     AParcel borrowed(parcel.data(), parcel.size());
     EXPECT_EQ(AParcel_writeInt32(&borrowed, 1), STATUS_NO_MEMORY);
+    EXPECT_EQ(ndk::AParcel_writeData(&borrowed, std::string("x")), STATUS_NO_MEMORY);
+    EXPECT_EQ(ndk::AParcel_writeData(&borrowed, std::vector<uint8_t>(1)), STATUS_NO_MEMORY);
+    EXPECT_EQ(AParcel_writeParcelFileDescriptor(&borrowed, 0), STATUS_NO_MEMORY);
+    EXPECT_EQ(ndk::AParcel_writeData(&borrowed, GrantorDescriptor{}), STATUS_NO_MEMORY);
+    const auto denied = ndk::ScopedAStatus::fromExceptionCode(EX_SECURITY);
+    EXPECT_EQ(AParcel_writeStatusHeader(&borrowed, denied.get()), STATUS_NO_MEMORY);
 }
 
 template <typename T>
@@ -123,7 +130,34 @@ TEST(BinderStatus, TravelsWithItsExceptionAndMessage) {
         ndk::ScopedAStatus status;
         EXPECT_EQ(AParcel_readStatusHeader(&reply, status.getR()), each.read);
         EXPECT_EQ(status.getDescription(), each.description);
+        if (status.getExceptionCode() == EX_TRANSACTION_FAILED) continue;
+        AParcel again;
+        EXPECT_EQ(AParcel_writeStatusHeader(&again, status.get()), STATUS_OK);
+        ndk::ScopedAStatus read;
+        again.setPosition(0);
+        EXPECT_EQ(AParcel_readStatusHeader(&again, read.getR()), STATUS_OK);
+        EXPECT_EQ(read.getDescription(), each.description);
     }
+}
+
+TEST(BinderStatus, DescribesItselfToPeople) {
+    using Status = ndk::ScopedAStatus;
+    const std::pair<Status, std::string> cases[] = {
+            {Status(), "no status)"},
+            {Status::fromExceptionCode(EX_NONE), "0, EX_NONE): ''"},
+            {Status::fromExceptionCodeWithMessage(EX_SECURITY, "no"), "-1, EX_SECURITY): 'no'"},
+            {Status::fromServiceSpecificError(7), "-8, EX_SERVICE_SPECIFIC): '7: '"},
+            {Status::fromStatus(STATUS_BAD_TYPE), "-129, EX_TRANSACTION_FAILED): 'BAD_TYPE: '"},
+            {Status::fromStatus(STATUS_NO_MEMORY),
+             "-129, EX_TRANSACTION_FAILED): '-12 Cannot allocate memory: '"},
+            {Status::fromStatus(5), "-129, EX_TRANSACTION_FAILED): '5: '"}};
+    for (const auto& [status, description] : cases) {
+        EXPECT_EQ(status.getDescription(), "Status(" + description);
+    }
+    const Status none;
+    EXPECT_TRUE(!none.isOk() && none.getExceptionCode() == EX_TRANSACTION_FAILED &&
+                none.getStatus() == STATUS_UNEXPECTED_NULL && none.getServiceSpecificError() == 0 &&
+                *none.getMessage() == '\0');
 }
 
 TEST(LocalBinder, AnswersByItselfWhatEveryBinderIsAskedAndEndsWithItsLastReference) {
@@ -143,11 +177,59 @@ TEST(LocalBinder, AnswersByItselfWhatEveryBinderIsAskedAndEndsWithItsLastReferen
         AParcel reply;
         EXPECT_EQ(binder.get()->transact(code, AParcel(), &reply), expected) << code;
     }
+    EXPECT_EQ(AIBinder_getClass(binder.get()), clazz);
+    EXPECT_STREQ(AIBinder_Class_getDescriptor(clazz), "test.INothing");
+    const ndk::ScopedAIBinder_DeathRecipient recipient(AIBinder_DeathRecipient_new([](void*) {}));
+    EXPECT_EQ(AIBinder_linkToDeath(binder.get(), recipient.get(), nullptr),
+              STATUS_INVALID_OPERATION);
     const ndk::ScopedAIBinder_Weak weak(AIBinder_Weak_new(binder.get()));
     EXPECT_EQ(ndk::SpAIBinder(AIBinder_Weak_promote(weak.get())), binder);
     binder.set(nullptr);
     EXPECT_TRUE(ended);
     EXPECT_EQ(AIBinder_Weak_promote(weak.get()), nullptr);
+}
+
+TEST(LocalBinder, IsNotNeededToRefuseNull) {
+    static auto* const clazz = AIBinder_Class_define(
+            "test.INothing", [](void*) -> void* { return nullptr; }, [](void*) {}, nullptr);
+    const ndk::SpAIBinder sound(AIBinder_new(clazz, nullptr));
+    AIBinder* const binder = sound.get();
+    ndk::ScopedAParcel in;
+    ndk::ScopedAParcel out;
+    EXPECT_FALSE(AIBinder_isRemote(nullptr) || AIBinder_isAlive(nullptr) ||
+                 AIBinder_associateClass(nullptr, clazz) ||
+                 AIBinder_associateClass(binder, nullptr));
+    EXPECT_TRUE(AIBinder_Weak_new(nullptr) == nullptr &&
+                AIBinder_Weak_promote(nullptr) == nullptr &&
+                AIBinder_DeathRecipient_new(nullptr) == nullptr);
+    AIBinder_Weak_delete(nullptr);
+    AIBinder_DeathRecipient_delete(nullptr);
+    EXPECT_EQ(AIBinder_transact(binder, 1, in.getR(), out.getR(), 0), STATUS_UNEXPECTED_NULL);
+    ASSERT_EQ(AIBinder_prepareTransaction(binder, in.getR()), STATUS_OK);
+    EXPECT_EQ(AIBinder_transact(binder, 1, in.getR(), out.getR(), 9), STATUS_BAD_VALUE);  // a flag
+    for (const binder_status_t status :
+         {AIBinder_ping(nullptr), AIBinder_prepareTransaction(nullptr, in.getR()),
+          AIBinder_prepareTransaction(binder, nullptr),
+          AIBinder_transact(nullptr, 1, in.getR(), out.getR(), 0),
+          AIBinder_transact(binder, 1, nullptr, out.getR(), 0),
+          AIBinder_transact(binder, 1, in.getR(), nullptr, 0),
+          AIBinder_linkToDeath(nullptr, nullptr, nullptr),
+          AIBinder_linkToDeath(binder, nullptr, nullptr),
+          AIBinder_unlinkToDeath(nullptr, nullptr, nullptr),
+          AIBinder_unlinkToDeath(binder, nullptr, nullptr)}) {
+        EXPECT_EQ(status, STATUS_UNEXPECTED_NULL);
+    }
+}
+
+TEST(SharedRefBase, EndsAProcessThatOwnsItsObjectsWrongly) {
+    struct Object : ndk::SharedRefBase {};
+    struct Asking : ndk::SharedRefBase {
+        ~Asking() override { ref(); }
+    };
+    EXPECT_DEATH({ Object(); }, "never had a reference");
+    EXPECT_DEATH(ndk::SharedRefBase::make<Asking>(), "is being destroyed");
+    const auto one = ndk::SharedRefBase::make<Object>();
+    EXPECT_DEATH({ std::shared_ptr<Object>(one.get()); }, "a second owner");
 }
 
 }  // namespace

@@ -11,11 +11,12 @@ namespace {
 using ::aidl::android::hardware::common::fmq::GrantorDescriptor;
 using ::aidl::android::hardware::common::fmq::MQDescriptor;
 using ::aidl::android::hardware::common::fmq::SynchronizedReadWrite;
+using ::aidl::android::hardware::common::fmq::UnsynchronizedWrite;
 using ::ndk::ScopedAParcel;
 using Descriptor = MQDescriptor<int8_t, SynchronizedReadWrite>;
 using Words = std::vector<int32_t>;
 
-static_assert(sizeof(::aidl::android::hardware::common::fmq::UnsynchronizedWrite) == 1);
+static_assert(sizeof(UnsynchronizedWrite) == 1);
 
 TEST(QueueDescriptor, IsLaidOutAsOnADevice) {
     Descriptor sent;
@@ -40,6 +41,8 @@ TEST(QueueDescriptor, IsLaidOutAsOnADevice) {
     ASSERT_EQ(words.size(), expected.size());
     std::fill_n(words.begin() + 25, 7, 0);
     EXPECT_EQ(words, expected);
+    EXPECT_EQ(toString(SynchronizedReadWrite::EMPTY) + toString(UnsynchronizedWrite{1}), "EMPTY1");
+    EXPECT_EQ(toString(SynchronizedReadWrite{2}) + toString(UnsynchronizedWrite::EMPTY), "2EMPTY");
     sent.handle.fds[0].set(-1);
     EXPECT_EQ(ndk::AParcel_writeData(parcel.get(), sent), STATUS_UNEXPECTED_NULL);
 }

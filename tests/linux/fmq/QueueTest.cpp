@@ -241,7 +241,14 @@ TEST(EventFlag, HandsEachBitToOneWaiter) {
     EXPECT_EQ(flag->wait(2, &state, 0, true), ::android::NO_ERROR);
     EXPECT_EQ(state, 2U);
     waker.join();
+    EXPECT_EQ(flag->wake(4), ::android::NO_ERROR);  // which is set already
+    EXPECT_EQ(flag->wait(0, &state), ::android::BAD_VALUE);
+    EXPECT_EQ(flag->wait(1, nullptr), ::android::BAD_VALUE);
     EXPECT_EQ(EventFlag::deleteEventFlag(&flag), ::android::NO_ERROR);
+    EXPECT_EQ(EventFlag::deleteEventFlag(&flag), ::android::BAD_VALUE);
+    EXPECT_EQ(EventFlag::deleteEventFlag(nullptr), ::android::BAD_VALUE);
+    EXPECT_EQ(EventFlag::createEventFlag(nullptr, &flag), ::android::BAD_VALUE);
+    EXPECT_EQ(EventFlag::createEventFlag(&word, nullptr), ::android::BAD_VALUE);
 }
 
 }  // namespace

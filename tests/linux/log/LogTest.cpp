@@ -76,6 +76,7 @@ TEST(Log, FollowsTheUsersRulesOrInfoUntilTheProgramSetsAMinimum) {
     EXPECT_EQ(__android_log_write(ANDROID_LOG_INFO, "tag", "yes"), 1);
 
     EXPECT_EQ(__android_log_set_minimum_priority(ANDROID_LOG_WARN), ANDROID_LOG_DEFAULT);
+    EXPECT_EQ(__android_log_get_minimum_priority(), ANDROID_LOG_WARN);
     EXPECT_FALSE(loggable(ANDROID_LOG_INFO, "talks:much"));
     EXPECT_EQ(__android_log_print(ANDROID_LOG_WARN, "hush", "yes"), 1);
     EXPECT_EQ(gLines.size(), 2U);

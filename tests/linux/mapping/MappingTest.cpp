@@ -10,6 +10,7 @@
 namespace {
 
 using namespace support;
+using aidl::android::hardware::common::NativeHandle;
 using aidl::android::hardware::common::fmq::GrantorDescriptor;
 using aidl::vendor::tav::lumvndhal_aidl::BnLumvndhal;
 using aidl::vendor::tav::lumvndhal_aidl::BpLumvndhal;
@@ -56,7 +57,12 @@ TEST(Mapping, TellsOfEachCallOnBothSidesWhenAsked) {
     bool truth = true;
     int32_t number = 7;
     LumvndhalGenericData data;
-    proxy->configure({}, &truth);
+    aidl::android::hardware::common::fmq::MQDescriptor<
+            int8_t, aidl::android::hardware::common::fmq::SynchronizedReadWrite>
+            queue;
+    queue.grantors = {{0, 8, 16}};
+    queue.handle.ints = {7};
+    proxy->configure(queue, &truth);
     proxy->request_read("/f", 3, &truth);
     proxy->get_vnd_data("a", &data, &number);
     proxy->get_vnd_data("half", &data, &number);
@@ -66,9 +72,14 @@ TEST(Mapping, TellsOfEachCallOnBothSidesWhenAsked) {
     BnLumvndhal::logFunc = nullptr;
     BpLumvndhal::logFunc = nullptr;
     EXPECT_EQ(proxy->set_vnd_data("a", "half \xe2", &number).getStatus(), STATUS_BAD_VALUE);
+    EXPECT_FALSE(service->isRemote() || proxy->isRemote());
+    EXPECT_EQ(service->dump(1, nullptr, 0), STATUS_OK);
+    EXPECT_EQ(service->handleShellCommand(0, 1, 2, nullptr, 0), STATUS_OK);
+    EXPECT_EQ(proxy->dump(1, nullptr, 0), STATUS_INVALID_OPERATION);
     const std::string lines[] = {
-            "configure(in_desc MQDescriptor{grantors: [], handle: NativeHandle{fds: [], ints: []}, "
-            "quantum: 0, flags: 0}, ) = false",
+            "configure(in_desc MQDescriptor{grantors: [GrantorDescriptor{fdIndex: 0, offset: 8, "
+            "extent: 16}], handle: NativeHandle{fds: [], ints: [7]}, quantum: 0, flags: 0}, ) = "
+            "false",
             "request_read(in_path /f, in_count 3, ) = false",
             "get_vnd_data(in_cmd a, ) = 5, out_vnd_data LumvndhalGenericData{data_size: 0, data: "
             "a}",
@@ -104,6 +115,8 @@ TEST(Mapping, DataCompareByFieldsInTheirOrder) {
     expectOrder(LumvndhalGenericData{}, {0, "x"});
     expectOrder(LumvndhalGenericData{0, "x"}, {1, ""});
     expectOrder(GrantorDescriptor{1, 2, 3}, {1, 2, 4});
+    using Descriptors = std::vector<ndk::ScopedFileDescriptor>;
+    expectOrder(NativeHandle{Descriptors(1), {1}}, {Descriptors(1), {2}});
 }
 
 TEST(Mapping, ProxyAsksForVersionAndHashOnce) {
