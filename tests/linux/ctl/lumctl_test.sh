@@ -105,7 +105,7 @@ tells_what_is_wrong_without_a_service() {
     fails 2 "*'$work/none'*No such file*" put "$work/none" /f
     fails 2 '*a directory; put -r*' put "$work" /f
     fails 2 "*'$work/none'*" put -r "$work/none" /f
-    fails 2 "'a\\\\nb' is no path*" mkdir $'a\nb'
+    fails 2 "'a\\\\n\\\\tb' is no path*" mkdir $'a\n\tb'
     fails 2 '*no device root*' --root "$work/none" list
     fails 2 '*no device root*lumvndhal-root --sample --new*' --root "$work" list
     tells '. == []' list
@@ -243,11 +243,22 @@ says_what_an_interrupt_leaves_open() {
     [[ $status == 130 && $err == *'may still store'* && $(jq .status "$work/out") == 130 ]] ||
         fail "an interrupt: status $status, [$err], [$(<"$work/out")]"
     timeout 20 head -c 199999 <&7 >"$work/rest" || fail 'the service did not go on'
+    tells_a_terminal_that_it_waits
     exec 7>&-
     rm "$dropbox/pipe"
 }
 
+tells_a_terminal_that_it_waits() {
+    local command=("${emulator[@]}" "$bin/lumctl" --root "$root" put "$work/some" /pipe)
+    script -qec "${command[*]@Q}" /dev/null >"$work/out" 2>&1 &
+    timeout 20 sh -c "until grep -q 'storing ... [0-9] s' '$work/out'; do sleep 0.05; done" ||
+        fail "a terminal sees nothing of a service that is slow: [$(<"$work/out")]"
+    timeout 20 head -c 200000 <&7 >"$work/rest"
+    wait $! || fail "put on a terminal: [$(<"$work/out")]"
+}
+
 calls_methods_as_they_are() {
+    does 'result  true' call configure 5
     does 'result  true' call configure 5 <(printf hello)
     does 'result  false' call request_read /h 6
     does 'result  true' call request_read /h 5
