@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <deque>
 #include <mutex>
 #include <utility>
@@ -13,58 +14,54 @@
 namespace standin {
 namespace {
 
-// A thread that waits for a permit.
-class Waiter {
-  public:
-    Waiter() { ::sem_init(&mTurn, 0, 0); }
-    ~Waiter() { ::sem_destroy(&mTurn); }
+using Clock = std::chrono::steady_clock;
+
+// As long as nobody waits longer, a permit that is given back is for whoever comes next, which is
+// mostly a thread that runs already: to hand each to a thread that sleeps takes a switch of threads
+// a call, and halves what many callers get done.
+constexpr std::chrono::milliseconds kLongestWait{20};
+
+// A thread that needs a permit.
+struct Waiter {
+    Waiter() { ::sem_init(&turn, 0, 0); }
+    ~Waiter() { ::sem_destroy(&turn); }
     Waiter(const Waiter&) = delete;
     Waiter& operator=(const Waiter&) = delete;
 
-    // Whether a permit was granted; waits until that is decided.
-    bool wait() {
-        while (::sem_wait(&mTurn) != 0 && errno == EINTR) {
+    void sleep() {
+        while (::sem_wait(&turn) != 0 && errno == EINTR) {
         }
-        return mGranted;
-    }
-    // The waiter may be gone when this returns.
-    void decide(bool granted) {
-        mGranted = granted;
-        ::sem_post(&mTurn);
     }
 
-  private:
-    sem_t mTurn;
-    bool mGranted = false;
+    enum State { kNew, kWaiting, kGranted, kRefused };
+
+    sem_t turn;
+    State state = kNew;
+    Clock::time_point since;
 };
 
-// The permits of this process. A permit that is given back goes to the thread that has waited
-// longest, never to one that just comes by: no caller is passed over, however many there are.
+// The permits of this process. Threads that wait stand in a line. The first of them is told of a
+// permit that has become free, and may find that another thread was faster; once it has waited for
+// kLongestWait the next permit is handed to it. So no caller is passed over for long, however many
+// there are.
 class Permits {
   public:
     bool take() {
         Waiter self;
-        {
-            const std::lock_guard<std::mutex> lock(mMutex);
-            if (mLeaving) return false;
-            if (mFree > 0) {
-                --mFree;
-                return true;
-            }
-            mWaiters.push_back(&self);
-        }
-        return self.wait();
+        while (!settle(&self)) self.sleep();
+        return self.state == Waiter::kGranted;
     }
 
     void add(uint32_t count) {
         const std::lock_guard<std::mutex> lock(mMutex);
-        for (mFree += count; mFree > 0 && !mWaiters.empty(); --mFree) decideFirst(true);
+        mFree += count;
+        tellFirst();
     }
 
     void refuseAll() {
         const std::lock_guard<std::mutex> lock(mMutex);
         mLeaving = true;
-        while (!mWaiters.empty()) decideFirst(false);
+        while (!mWaiters.empty()) decideFirst(Waiter::kRefused);
     }
 
     // False when the pool is started: it is too late then.
@@ -81,14 +78,59 @@ class Permits {
     }
 
   private:
-    void decideFirst(bool granted) REQUIRES(mMutex) {
+    // Whether it is decided what becomes of the waiter; else it is in the line.
+    bool settle(Waiter* waiter) {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        if (waiter->state == Waiter::kNew) {
+            join(waiter);
+        } else if (waiter->state == Waiter::kWaiting) {
+            mTold = false;
+            if (mFree > 0) grantFirst();
+            tellFirst();
+        }
+        return waiter->state != Waiter::kWaiting;
+    }
+
+    void join(Waiter* waiter) REQUIRES(mMutex) {
+        if (mLeaving) {
+            waiter->state = Waiter::kRefused;
+        } else if (mFree > 0) {
+            --mFree;
+            waiter->state = Waiter::kGranted;
+        } else {
+            waiter->state = Waiter::kWaiting;
+            waiter->since = Clock::now();
+            mWaiters.push_back(waiter);
+        }
+    }
+
+    void tellFirst() REQUIRES(mMutex) {
+        while (mFree > 0 && !mWaiters.empty() &&
+               Clock::now() - mWaiters.front()->since >= kLongestWait) {
+            grantFirst();
+        }
+        if (mFree == 0 || mWaiters.empty() || mTold) return;
+        mTold = true;
+        ::sem_post(&mWaiters.front()->turn);
+    }
+
+    void grantFirst() REQUIRES(mMutex) {
+        --mFree;
+        decideFirst(Waiter::kGranted);
+    }
+
+    // The waiter goes on once mMutex is free.
+    void decideFirst(Waiter::State state) REQUIRES(mMutex) {
         Waiter* const first = mWaiters.front();
         mWaiters.pop_front();
-        first->decide(granted);
+        mTold = false;
+        first->state = state;
+        ::sem_post(&first->turn);
     }
 
     std::mutex mMutex;
     std::deque<Waiter*> mWaiters GUARDED_BY(mMutex);
+    bool mTold GUARDED_BY(mMutex) = false;  // the first of them, and it has not tried yet
     uint32_t mMaxThreads GUARDED_BY(mMutex) = 15;
     uint32_t mFree GUARDED_BY(mMutex) = 0;
     bool mStarted GUARDED_BY(mMutex) = false;

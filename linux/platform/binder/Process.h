@@ -3,8 +3,9 @@
 namespace standin {
 
 // The right to enter a service object: as many exist as the process has given binder threads, and
-// whoever asks first gets one first. Held for the length of one call, and not while a frame is
-// received or sent, so a peer that is slow at its end keeps no other from being answered.
+// who has waited for one is not passed over for long. Held for the length of one call, and not
+// while a frame is received or sent, so a peer that is slow at its end keeps no other from being
+// answered.
 class CallPermit {
   public:
     // Waits until one is free. Not granted once the process is leaving.
