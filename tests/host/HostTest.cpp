@@ -77,7 +77,7 @@ TEST(Host, EndsACallThatIsUnderWayBeforeItLeaves) {
 }
 
 // A call that writes to a FIFO takes until somebody reads from that.
-TEST(Host, AnswersNoCallDuringAnotherWhenItHasOneThread) {
+TEST(Host, AnswersNoCallDuringAnotherWhenItHasOneThreadAndRefusesItWhenItEnds) {
     HostProcess host({"--threads=1"});
     const auto service = HostProcess::connect();
     const std::string fifo = kDirectory + "/fifo";
@@ -88,14 +88,16 @@ TEST(Host, AnswersNoCallDuringAnotherWhenItHasOneThread) {
     for (int i = 0; answered && i < 10000; ++i) {  // as long as the slow call is not there yet
         other = std::async(std::launch::async, [] {
             int32_t version = 0;
-            return HostProcess::connect()->getInterfaceVersion(&version).isOk();
+            const auto late = HostProcess::connect();
+            return late != nullptr && late->getInterfaceVersion(&version).isOk();
         });
         answered = other.wait_for(300ms) == std::future_status::ready;
     }
     EXPECT_FALSE(answered);
+    ::kill(host.pid(), SIGTERM);
+    EXPECT_EQ(other.wait_for(3s), std::future_status::ready);
     const ndk::ScopedFileDescriptor reader(::open(fifo.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    EXPECT_TRUE(slow.get());
-    EXPECT_TRUE(other.get());
+    EXPECT_TRUE(slow.get() && !other.get());
 }
 
 TEST(Host, TakesItsOptionsAndSaysInOneLineWhatItRefuses) {

@@ -42,6 +42,7 @@ TEST(BinderParcel, LaysValuesOutAsAndroidDoes) {
     EXPECT_EQ(AParcel_writeString(&parcel, "x", -1), STATUS_BAD_VALUE);
     EXPECT_EQ(AParcel_writeByteArray(&parcel, nullptr, -2), STATUS_BAD_VALUE);
     EXPECT_EQ(AParcel_writeParcelFileDescriptor(&parcel, -2), STATUS_BAD_VALUE);
+    EXPECT_EQ(AParcel_writeParcelFileDescriptor(&parcel, INT32_MAX), STATUS_BAD_VALUE);
     EXPECT_EQ(parcel.size(), sizeof(int32_t) * words.size());
     AParcel borrowed(parcel.data(), parcel.size());
     EXPECT_EQ(AParcel_writeInt32(&borrowed, 1), STATUS_NO_MEMORY);
