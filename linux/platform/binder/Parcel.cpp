@@ -162,7 +162,8 @@ const char16_t* takeText(const AParcel& parcel, int32_t units) {
     if (units < 0 || units == INT32_MAX) return nullptr;
     const void* from = parcel.take((static_cast<size_t>(units) + 1) * sizeof(char16_t));
     const auto* text = static_cast<const char16_t*>(from);
-    return text != nullptr && text[units] == 0 ? text : nullptr;
+    const bool ends = text != nullptr && standin::unitAt(text, static_cast<size_t>(units)) == 0;
+    return ends ? text : nullptr;
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include "Utf16.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace standin {
 namespace {
@@ -38,10 +37,10 @@ size_t asciiPrefix(const char* utf8, size_t size) {
 size_t asciiPrefix(const char16_t* utf16, size_t size) {
     size_t length = 0;
     for (uint64_t four; size - length >= 4; length += 4) {
-        std::memcpy(&four, utf16 + length, sizeof(four));
+        std::memcpy(&four, reinterpret_cast<const char*>(utf16 + length), sizeof(four));
         if ((four & 0xff80ff80ff80ff80U) != 0) break;
     }
-    while (length < size && utf16[length] < 0x80) ++length;
+    while (length < size && unitAt(utf16, length) < 0x80) ++length;
     return length;
 }
 
@@ -71,10 +70,10 @@ bool isLow(char32_t unit) {
 template <typename Take>
 void eachUtf16(const char16_t* utf16, size_t size, Take take) {
     for (size_t i = 0; i < size; ++i) {
-        const char32_t unit = utf16[i];
-        if (isHigh(unit) && i + 1 < size && isLow(utf16[i + 1])) {
+        const char32_t unit = unitAt(utf16, i);
+        if (isHigh(unit) && i + 1 < size && isLow(unitAt(utf16, i + 1))) {
             ++i;
-            take(kFirstBeyondBmp + ((unit - 0xd800U) << 10) + (utf16[i] - 0xdc00U));
+            take(kFirstBeyondBmp + ((unit - 0xd800U) << 10) + (unitAt(utf16, i) - 0xdc00U));
         } else if (!isHigh(unit) && !isLow(unit)) {
             take(unit);
         }
@@ -122,8 +121,7 @@ size_t utf8Length(const char16_t* utf16, size_t size) {
 
 void toUtf8(const char16_t* utf16, size_t size, char* out) {
     const size_t ascii = asciiPrefix(utf16, size);
-    out = std::transform(utf16, utf16 + ascii, out,
-                         [](char16_t c) { return static_cast<char>(c); });
+    for (size_t i = 0; i < ascii; ++i) *out++ = static_cast<char>(unitAt(utf16, i));
     eachUtf16(utf16 + ascii, size - ascii, [&](char32_t character) {
         const size_t bytes = utf8Bytes(character);
         for (size_t i = bytes - 1; i > 0; --i, character >>= 6) {
