@@ -181,6 +181,10 @@ TEST_F(SampleEngine, HoldsAsManyCampaignsAndModulesAsItSaysAndNoMore) {
     for (int i = 0; i < 1100; ++i) set(*mService, "startModuleCamp", std::to_string(1000 + i));
     set(*mService, "startModuleCamp", "1000");  // which is on already
     EXPECT_EQ(get(*mService, "statusCamp;2023") + get(*mService, "statusCamp;2024"), "onoff");
+    EXPECT_EQ(mHost.endWith(SIGTERM), 0);
+    const std::string log = mHost.errors();
+    const std::regex warning("No room for another (campaign|module): command ignored");
+    EXPECT_EQ(std::distance(std::sregex_iterator(log.begin(), log.end(), warning), {}), 44 + 76);
 }
 
 // The names of all keys and collectors. A control character is the longest one in a reply.
