@@ -157,9 +157,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const auto isServed = [&] {
         return client.send({reinterpret_cast<const char*>(&ping), sizeof(ping)}, 0);
     };
-    static const size_t others = support::openDescriptors();
     static std::optional<Peer> peers[3];  // idle ones stay for the next input: threads are dear
-    for (int portions = 0, made = 0; portions < 32 && !input.isEmpty(); ++portions) {
+    const auto ownDescriptors = [] {
+        size_t count = 0;
+        for (const auto& peer : peers) count += peer ? 2U : 0U;  // one for each end
+        return count;
+    };
+    const size_t others = support::openDescriptors() - ownDescriptors();
+    for (int portions = 0, made = 0; portions < 16 && !input.isEmpty(); ++portions) {
         auto& peer = peers[input.below(3)];
         if (!peer && ++made > 3) break;
         if (!peer) peer.emplace();
@@ -169,11 +174,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         if (!first.empty() && !peer->send(first, input.below(5))) peer.reset();
         if (peer && !rest.empty() && !peer->send(rest, 0)) peer.reset();
     }
-    size_t expected = others;
     for (auto& peer : peers) {
         if (peer && !peer->isIdle()) peer.reset();
-        if (peer) expected += 2;  // one for each end
     }
+    const size_t expected = others + ownDescriptors();
     bool asExpected = false;
     for (int i = 0; i < 5000 && !asExpected; ++i) {
         if (i > 0) ::sched_yield();
