@@ -42,6 +42,7 @@ TEST(Campaign, CommandHandsOverItsFirstFieldAndTheNamesOfItsLast) {
     EXPECT_EQ(object->setCampOperation("other", ""), -1);
     EXPECT_EQ(log.take(), (LogLines{verbose("setCampOperation, cmd=other, param="),
                                     error("[ERROR] param is empty")}));
+    EXPECT_EQ(object->setCampModuleOperation("cmdOptOut", "12"), 0);  // nobody is asked
 }
 
 }  // namespace
