@@ -50,6 +50,7 @@ set_target_properties(${programs} PROPERTIES INSTALL_RPATH "$ORIGIN/../${librari
 if(NOT CMAKE_CROSSCOMPILING) # the launcher is always for the machine that builds
   list(APPEND programs device_root_run)
   install_manual(linux/root/lumvndhal-root.1)
+  install(TARGETS device_root_mkdir LIBRARY DESTINATION ${libraries} COMPONENT runtime)
   install(DIRECTORY linux/root/sample/ DESTINATION share/lumvndhal/sample-root COMPONENT runtime)
 endif()
 install(TARGETS ${programs} RUNTIME DESTINATION bin COMPONENT runtime)

@@ -22,6 +22,17 @@ fs::path findLibrary() {
     return {};
 }
 
+// What is loaded in front of it lies with this project's libraries, in a build or in an
+// installation.
+fs::path findMkdir() {
+    const fs::path top = fs::read_symlink("/proc/self/exe").parent_path().parent_path();
+    for (const char* directory : {"lib", "lib/lumvndhal"}) {
+        fs::path library = top / directory / "lumvndhal-root-mkdir.so";
+        if (fs::exists(library)) return library;
+    }
+    return {};
+}
+
 // What stays the machine's. The library takes at most 100 paths, so of /dev only the devices that
 // programs use are named.
 std::string listOfMachinePaths(const Scene& scene) {
@@ -44,8 +55,10 @@ std::string behindPresent(const char* variable, const std::string& value) {
 std::optional<Entrance> enterByFakechroot(const Scene& scene) {
     const std::string library = findLibrary();
     if (library.empty()) return std::nullopt;
-    const char* preloaded = std::getenv("LD_PRELOAD");
-    return Entrance{{{"LD_PRELOAD", preloaded == nullptr ? library : library + ":" + preloaded},
+    std::string preloaded = library;
+    if (const std::string first = findMkdir(); !first.empty()) preloaded = first + ":" + preloaded;
+    if (const char* others = std::getenv("LD_PRELOAD")) preloaded.append(":").append(others);
+    return Entrance{{{"LD_PRELOAD", preloaded},
                      {"FAKECHROOT_BASE", scene.root},
                      {"FAKECHROOT_EXCLUDE_PATH", listOfMachinePaths(scene)},
                      {"ASAN_OPTIONS", behindPresent("ASAN_OPTIONS", "verify_asan_link_order=0")}},

@@ -40,6 +40,7 @@ shows_the_root() {
         mv b/file /data; for d in . /dev/__properties__ /dev/socket/binder; do echo >"$d/file"; done'
     expect 'files in the root' "$(printf '%s/file\n' data{,/vendor/lum} dev/{__properties__,socket/binder})" \
         "$(cd "$root" && find . -type f -printf '%P\n' | sort)"
+    expect 'what is made by x/.' 'nothing' "$(device --empty sh -c 'mkdir /data/x/. || echo nothing' 2>/dev/null)"
     expect 'seen by the next command' x "$(device --root "$root" cat /data/file)"
     [[ $means == fakechroot ]] || expect 'bytes that fit' 65536 "$(device --tmpfs '/data/a b:65536' \
         sh -c 'head -c 99999 /dev/zero 2>/dev/null >"/data/a b/f"; stat -c %s "/data/a b/f"')"
