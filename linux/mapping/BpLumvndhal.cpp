@@ -38,10 +38,10 @@ ScopedAStatus transact(AIBinder* binder, transaction_code_t code, Result* result
     ScopedAStatus outcome;
     binder_status_t status = send(binder, code, &answer, args...);
     if (status == STATUS_OK) status = AParcel_readStatusHeader(answer.get(), outcome.getR());
-    if (status != STATUS_OK) return ScopedAStatus::fromStatus(status);
-    if (!outcome.isOk()) return outcome;
-    status = ::ndk::AParcel_readData(answer.get(), result);
-    ((status = status == STATUS_OK ? args.readReply(answer.get()) : status), ...);
+    if (status == STATUS_OK && outcome.isOk()) {
+        status = ::ndk::AParcel_readData(answer.get(), result);
+        ((status = status == STATUS_OK ? args.readReply(answer.get()) : status), ...);
+    }
     return status == STATUS_OK ? std::move(outcome) : ScopedAStatus::fromStatus(status);
 }
 
