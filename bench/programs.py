@@ -25,9 +25,9 @@ METHODS = {  # and the system calls, at both ends together, that nobody could do
 
 def in_root(command, memory=0, on_disk=False):
     """The command's output; its dropbox lies in so much memory, or on the disk of this project."""
-    launcher = [BIN / "lumvndhal-root", "--quiet", "--empty", "--with", "bubblewrap"]
+    launcher = [BIN / "lumvndhal-root", "--quiet", "--empty"]
     if memory:
-        launcher += ["--tmpfs", f"/data/vendor/lum:{memory}"]
+        launcher += ["--with", "bubblewrap", "--tmpfs", f"/data/vendor/lum:{memory}"]
     environment = dict(os.environ, ANDROID_LOG_TAGS="*:s")
     if on_disk:
         environment["TMPDIR"] = str(TOP / "build/bench")
