@@ -65,7 +65,7 @@ TEST(Host, EndsACallThatIsUnderWayBeforeItLeaves) {
     HostProcess host;
     makeDirectories(kDirectory + "/calls");
     const auto caller = std::async(std::launch::async, [service = HostProcess::connect()] {
-        const std::vector<uint8_t> block(200U * 1024, 'x');
+        const std::vector<uint8_t> block(size_t{200} * 1024, 'x');
         for (int i = 0; write(*service, "/calls/f" + std::to_string(i), block);) ++i;
     });
     std::this_thread::sleep_for(100ms);
