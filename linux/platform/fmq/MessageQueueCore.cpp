@@ -20,7 +20,7 @@ size_t alignedUp(size_t value) {
 // then, which the kernel does not have to clear before.
 size_t ringOffset(size_t length) {
     static const auto pageSize = static_cast<size_t>(::sysconf(_SC_PAGESIZE));
-    return length > pageSize ? pageSize : 2 * kCounterSize;
+    return length > pageSize ? pageSize : size_t{2} * kCounterSize;
 }
 
 }  // namespace
