@@ -16,6 +16,7 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "bubblewrap | fakechroot")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS "fakechroot") # where no namespaces are to be had
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "The service, its command-line client lumctl, and the launcher that runs
  both on a sample device.")
 

@@ -77,7 +77,10 @@ std::optional<Process> startByFakechroot(const Options& options, const Scene& sc
                                          std::string* why) {
     if (options.with == "bubblewrap") return std::nullopt;
     const auto entrance = enterByFakechroot(scene);
-    if (!entrance) return std::nullopt;
+    if (!entrance) {
+        *why += std::string(why->empty() ? "" : "; ") + "fakechroot is not installed";
+        return std::nullopt;
+    }
     tellWhatIsMissing(options);
     ::setenv("DEVICE_WITH", "fakechroot", 1);
     inside.readOnlyMounts = false;
