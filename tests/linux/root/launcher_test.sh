@@ -105,6 +105,8 @@ hands_signals_on_and_waits() {
     for delay in 0.00 0.01 0.03; do # however early it comes
         "$run" --quiet --with "$means" sleep 20 &
         launcher=$!
+        # Until then it is a bash, which may lose the signal.
+        until [[ $(<"/proc/$launcher/comm") == "${run##*/}" ]]; do :; done
         sleep "$delay"
         kill -TERM "$launcher"
         wait "$launcher" 2>/dev/null
