@@ -122,6 +122,8 @@ def broken_rule(method, told, state, said, pid, before, call):
         return "REFUSED WITHOUT A LINE"
     if state not in ("whole", "gone") and "whole" in promises:
         return "A PART IS LEFT"
+    if words[0] == "rm":
+        path.mkdir(exist_ok=True)  # lumctl refuses to remove what is not there
     if lumctl(*words) != 0 or outcome(words, path) != "whole":
         return "THE NEXT CALL FAILS"
     if call not in ("close", "munmap") and not until(lambda: holdings(pid) <= before):  # strace keeps those back
