@@ -150,13 +150,20 @@ Failure noMemory(uint64_t size) {
                                  ": free some, or make it smaller"};
 }
 
+// Not empty.
+ByteQueueDescriptor describe(ByteQueue* queue) {
+    ByteQueueDescriptor desc = queue->dupeDesc();
+    if (!desc.grantors.empty()) return desc;
+    throw Failure(kNotReached, "no descriptor is left for the queue: close some files");
+}
+
 }  // namespace
 
 bool storeThroughQueue(Client* client, const std::string& path, const Content& content,
                        Progress* progress) {
     ByteQueue queue(content.size());
     if (!queue.isValid()) throw noMemory(content.size());
-    const ByteQueueDescriptor desc = queue.dupeDesc();
+    const ByteQueueDescriptor desc = describe(&queue);
     const ::ndk::ScopedFileDescriptor turn = takeTurn(progress);
     auto start = Clock::now();
     handOverAndFill(client, queue, desc, content, progress);
@@ -176,7 +183,7 @@ bool storeThroughQueue(Client* client, const std::string& path, const Content& c
 bool attachFilledQueue(Client* client, size_t size, const Content& content) {
     ByteQueue queue(size);
     if (!queue.isValid()) throw noMemory(size);
-    const ByteQueueDescriptor desc = queue.dupeDesc();
+    const ByteQueueDescriptor desc = describe(&queue);
     Progress progress(content.size(), {});
     const ::ndk::ScopedFileDescriptor turn = takeTurn(&progress);
     if (!client->configure(desc)) return false;

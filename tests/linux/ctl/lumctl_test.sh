@@ -162,13 +162,13 @@ makes_and_removes_directories() {
 # At the sizes around which something changes, and back from large to small.
 stores_files_byte_by_byte() {
     local size way
-    head -c 9000001 /dev/urandom >"$work/bytes"
-    for size in 9000001 524289 524288 4096 3 1 0; do
+    head -c 16000001 /dev/urandom >"$work/bytes"
+    for size in 16000001 524289 524288 4096 3 1 0; do
         head -c "$size" "$work/bytes" >"$work/some"
         does "/f: $size bytes through the *" put "$work/some" /f
         holds /f "$work/some"
         for way in queue call; do
-            [[ $way$size == queue0 || $way$size == call9000001 ]] && continue
+            [[ $way$size == queue0 || $way$size == call16000001 ]] && continue
             tells ".bytes == $size and .via == \"$way\"" put --via $way - /g <"$work/some"
             holds /g "$work/some"
         done
